@@ -1,0 +1,117 @@
+#include "cli/Arguments.h"
+
+#include <charconv>
+#include <chrono>
+#include <ctime>
+#include <vector>
+
+#include "cli/CommandFailure.h"
+
+namespace cronvel {
+
+namespace {
+
+[[noreturn]] void refuse(const std::string& what, std::string_view text, const std::string& want) {
+  throw CommandFailure(ExitStatus::wrongUse,
+                       what + ": \"" + std::string(text) + "\" is not " + want);
+}
+
+std::optional<int> wholeNumber(std::string_view text) {
+  int value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (text.empty() || error != std::errc() || end != text.data() + text.size()) return {};
+  return value;
+}
+
+/// The numbers between the separators, each of one or two digits; empty where the text is not so.
+std::vector<int> pairs(std::string_view text, char separator) {
+  std::vector<int> numbers;
+  while (true) {
+    const std::size_t length = std::min(text.find(separator), text.size());
+    const auto number = wholeNumber(text.substr(0, length));
+    if (length > 2 || !number || *number < 0) return {};
+    numbers.push_back(*number);
+    if (length == text.size()) return numbers;
+    text.remove_prefix(length + 1);
+  }
+}
+
+bool isDay(int day, int month) { return day >= 1 && day <= 31 && month >= 1 && month <= 12; }
+
+std::string twoDigits(int number) {
+  return {static_cast<char>('0' + number / 10 % 10), static_cast<char>('0' + number % 10)};
+}
+
+std::string join(int first, int second, int third, char separator) {
+  return twoDigits(first) + separator + twoDigits(second) + separator + twoDigits(third);
+}
+
+std::tm localTime() {
+  const std::time_t now = std::time(nullptr);
+  const std::tm* local = std::localtime(&now);
+  return local ? *local : std::tm{};
+}
+
+}  // namespace
+
+int parseNumber(std::string_view text, int lowest, int highest, const std::string& what) {
+  const auto number = wholeNumber(text);
+  if (!number || *number < lowest || *number > highest)
+    refuse(what, text,
+           "a number from " + std::to_string(lowest) + " to " + std::to_string(highest));
+  return *number;
+}
+
+CLI::Option* addNumber(CLI::App& app, const std::string& name, std::optional<int>& value,
+                       int lowest, int highest, const std::string& help) {
+  const auto take = [&value, lowest, highest, name](const std::string& text) {
+    value = parseNumber(text, lowest, highest, name);
+  };
+  return app.add_option_function<std::string>(name, take, help)->type_name("N");
+}
+
+CalendarDay parseDayMonth(std::string_view text, const std::string& what) {
+  const auto numbers = pairs(text, '/');
+  if (numbers.size() != 2 || !isDay(numbers[0], numbers[1]))
+    refuse(what, text, "a day and month such as 21/03");
+  return {numbers[0], numbers[1], 0};
+}
+
+CalendarDay parseDate(std::string_view text, const std::string& what) {
+  const auto numbers = pairs(text, '/');
+  if (numbers.size() != 3 || !isDay(numbers[0], numbers[1]))
+    refuse(what, text, "a date with day, month and two-digit year such as 31/12/07");
+  return {numbers[0], numbers[1], numbers[2]};
+}
+
+std::string parseTime(std::string_view text, const std::string& what) {
+  auto numbers = pairs(text, ':');
+  if (numbers.size() == 2) numbers.push_back(0);
+  if (numbers.size() != 3 || numbers[0] > 23 || numbers[1] > 59 || numbers[2] > 59)
+    refuse(what, text, "a time such as 23:59:07");
+  return join(numbers[0], numbers[1], numbers[2], ':');
+}
+
+std::string formatDate(const CalendarDay& date) {
+  return join(date.day, date.month, date.year, '/');
+}
+
+std::optional<int> dayOfWeek(const CalendarDay& date) {
+  using namespace std::chrono;
+  const year_month_day day{year{2000 + date.year}, month{static_cast<unsigned>(date.month)},
+                           std::chrono::day{static_cast<unsigned>(date.day)}};
+  if (!day.ok()) return {};
+  return static_cast<int>(weekday{sys_days{day}}.c_encoding()) + 1;
+}
+
+CalendarDay today() {
+  const std::tm local = localTime();
+  return {local.tm_mday, local.tm_mon + 1, local.tm_year % 100};
+}
+
+std::string timeNow() {
+  const std::tm local = localTime();
+  return join(local.tm_hour, local.tm_min, std::min(local.tm_sec, 59), ':');
+}
+
+}  // namespace cronvel

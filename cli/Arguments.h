@@ -1,0 +1,40 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace cronvel {
+
+/// A decimal number within bounds, or a `wrongUse` failure that names `what`. (The argument
+/// parser's own conversion takes 010 for eight.)
+int parseNumber(std::string_view text, int lowest, int highest, const std::string& what);
+
+/// Adds an option that takes such a number.
+CLI::Option* addNumber(CLI::App& app, const std::string& name, std::optional<int>& value,
+                       int lowest, int highest, const std::string& help);
+
+/// A day of the calendar that the terminal keeps, which need not be the PC's.
+struct CalendarDay {
+  int day = 0;
+  int month = 0;
+  int year = 0;  ///< two digits; 0 where the text has none
+};
+
+CalendarDay parseDayMonth(std::string_view text, const std::string& what);
+CalendarDay parseDate(std::string_view text, const std::string& what);
+/// HH:MM or HH:MM:SS, returned as HH:MM:SS.
+std::string parseTime(std::string_view text, const std::string& what);
+
+/// DD/MM/YY.
+std::string formatDate(const CalendarDay& date);
+/// Sunday 1 to Saturday 7; empty for a day that 2000 to 2099 do not have.
+std::optional<int> dayOfWeek(const CalendarDay& date);
+
+CalendarDay today();
+/// HH:MM:SS of the PC's clock.
+std::string timeNow();
+
+}  // namespace cronvel

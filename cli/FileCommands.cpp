@@ -1,0 +1,171 @@
+#include <algorithm>
+#include <cctype>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <ostream>
+
+#include "cli/Arguments.h"
+#include "cli/Commands.h"
+#include "cli/LinkOptions.h"
+#include "cli/RecordFiles.h"
+#include "cli/RecordSummary.h"
+#include "cli/RecordTable.h"
+#include "cli/TerminalSession.h"
+#include "runtime/File.h"
+#include "runtime/Text.h"
+
+namespace cronvel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct CheckOptions {
+  LinkOptions link;
+  std::string file;
+  bool strict = false;
+};
+
+bool isWrittenByCheck(const fs::path& path) {
+  std::string extension = path.extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return extension == ".txt" || extension == ".ddd" || extension == ".dat";
+}
+
+fs::path fileToCheck(const std::string& name) {
+  const fs::path path = existingName(name);
+  if (isWrittenByCheck(path))
+    throw CommandFailure(ExitStatus::wrongUse,
+                         "\"" + name + "\": check reads the raw file (.Hex) and writes " +
+                             path.extension().string() + " itself; give it the raw file");
+  return path;
+}
+
+void check(const CheckOptions& options, Shell shell) {
+  const RecordFiles files(fileToCheck(options.file));
+  TerminalSession session(shell.platform, shell.io, options.link);
+  const std::u16string name = toUtf16(pathText(files.raw()));
+  const bool whole = session.run(
+      [&](Cronvel& control) { return control.CheckIntegrity(name, options.strict) == -1; });
+  shell.io.out << pathText(files.raw()) << ": " << recordCounts(session.control())
+               << "\nfiles: " << files.describe() << '\n'
+               << std::flush;
+  warnOfDamage(session.control(), shell.io);
+  if (!whole)
+    throw CommandFailure(ExitStatus::refused, whyIncomplete(session, files, options.strict));
+}
+
+void addCheck(CLI::App& app, Shell shell) {
+  auto options = std::make_shared<CheckOptions>();
+  CLI::App* command =
+      app.add_subcommand("check", "Read a raw record file and write the readable ones beside it")
+          ->group(fileGroup);
+  command->footer(
+      "Every download does this by itself. Exit status 1: the stream has no valid end.");
+  command->add_option("FILE", options->file, "The raw file; \".Hex\" may be left out")->required();
+  command->add_flag("--strict", options->strict,
+                    "The record count in the stream's end must agree with its positions");
+  addIdDigits(*command, options->link);
+  addSettingsFile(*command, options->link);
+  command->callback([options, shell] { check(*options, shell); });
+}
+
+struct ShowOptions {
+  std::string file;
+  TableFormat format = TableFormat::table;
+  std::optional<int> limit;
+};
+
+std::ifstream openChecked(const RecordFiles& files) {
+  std::error_code error;
+  if (!fs::exists(files.text(), error))
+    throw RunTimeError(ErrorNumber::fileNotFound, pathText(files.text()) + "; \"cronvel check " +
+                                                      pathText(files.raw()) + "\" writes it");
+  std::ifstream input(files.text(), std::ios::binary);
+  if (!fs::is_regular_file(files.text(), error) || !input)
+    throw RunTimeError(ErrorNumber::pathFileAccess,
+                       pathText(files.text()) + " cannot be read as a file");
+  return input;
+}
+
+void warnIfOutdated(const RecordFiles& files, Io& io) {
+  std::error_code rawError;
+  std::error_code textError;
+  const auto raw = fs::last_write_time(files.raw(), rawError);
+  const auto text = fs::last_write_time(files.text(), textError);
+  if (rawError || textError || raw <= text) return;
+  io.err << "cronvel: " << pathText(files.raw()) << " is newer than " << pathText(files.text())
+         << "; run cronvel check again\n";
+}
+
+RecordFiles filesToShow(const std::string& name) {
+  const fs::path path = existingName(name);
+  return RecordFiles(isWrittenByCheck(path) || !path.has_extension()
+                         ? fs::path(path).replace_extension(".Hex")
+                         : path);
+}
+
+void show(const ShowOptions& options, Io& io) {
+  const RecordFiles files = filesToShow(options.file);
+  std::ifstream input = openChecked(files);
+  warnIfOutdated(files, io);
+  RecordTable table(io.out, options.format);
+  int shown = 0;
+  int foreign = 0;
+  for (std::string line; shown < options.limit.value_or(shown + 1) && std::getline(input, line);) {
+    const auto record = parseRecord(line);
+    if (record) {
+      table.add(*record);
+      ++shown;
+    } else {
+      ++foreign;
+    }
+  }
+  if (foreign > 0 && shown == 0)
+    throw RunTimeError(ErrorNumber::typeMismatch, pathText(files.text()) +
+                                                      " holds no records; \"cronvel check\" "
+                                                      "writes such a file from a raw one");
+  table.end();
+  if (foreign > 0)
+    io.err << "cronvel: " << foreign << " lines of " << pathText(files.text())
+           << " are no records and were passed over\n";
+  if (!io.out.flush())
+    throw RunTimeError(ErrorNumber::deviceIoError, "the records could not be written out");
+}
+
+void addShow(CLI::App& app, Shell shell) {
+  auto options = std::make_shared<ShowOptions>();
+  CLI::App* command =
+      app.add_subcommand("show", "Print the records of a checked file")->group(fileGroup);
+  command->footer(
+      "Columns: card number, date (DD/MM/YY), time (HH:MM) and type, the terminal's code for the\n"
+      "kind of punch. A \"?\" is a damaged digit.");
+  command->add_option("FILE", options->file, "The raw file or the .txt beside it")->required();
+  const std::map<std::string, TableFormat> formats = {
+      {"table", TableFormat::table}, {"csv", TableFormat::csv}, {"json", TableFormat::json}};
+  command
+      ->add_option_function<std::string>(
+          "--format",
+          [options, formats](const std::string& text) {
+            const auto format = formats.find(text);
+            if (format == formats.end())
+              throw CommandFailure(ExitStatus::wrongUse,
+                                   "--format: \"" + text + "\" is not table, csv or json");
+            options->format = format->second;
+          },
+          "table (default), csv or json")
+      ->type_name("FORMAT");
+  addNumber(*command, "--limit", options->limit, 0, 1000000000, "Only the first N records");
+  command->callback([options, shell] { show(*options, shell.io); });
+}
+
+}  // namespace
+
+void addFileCommands(CLI::App& app, Shell shell) {
+  addCheck(app, shell);
+  addShow(app, shell);
+}
+
+}  // namespace cronvel

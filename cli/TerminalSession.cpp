@@ -1,0 +1,117 @@
+#include "cli/TerminalSession.h"
+
+#include <ostream>
+
+#include "cli/Arguments.h"
+#include "platform/PropertyBagFile.h"
+#include "runtime/Text.h"
+
+namespace cronvel {
+
+namespace {
+
+constexpr std::int32_t tickMilliseconds = 200;
+constexpr std::int16_t mappedPort = 1;
+
+TracingPlatform::Sink traceSink(Io& io, bool trace) {
+  if (!trace) return {};
+  return [&io](std::string_view line) { io.err << line << '\n' << std::flush; };
+}
+
+bool isNumber(const std::string& text) {
+  return text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+}  // namespace
+
+TerminalSession::TerminalSession(Platform& platform, Io& io, const LinkOptions& link)
+    : mIo(io),
+      mLink(link),
+      mPlatform(platform, traceSink(io, link.trace)),
+      mControl(mPlatform, *this, *this),
+      mTick(platform.makeTimer()) {
+  applyOptions();
+  mTick->Interval(tickMilliseconds);
+  mTick->onTimer([this] { tick(); });
+  mTick->Enabled(true);
+}
+
+void TerminalSession::applyOptions() {
+  if (mLink.settingsFile.empty()) {
+    mControl.InitProperties();
+  } else {
+    PropertyBagFile bag = PropertyBagFile::load(mLink.settingsFile);
+    mControl.ReadProperties(bag);
+  }
+  if (mLink.device) mControl.DeviceNum(static_cast<std::uint8_t>(*mLink.device));
+  if (mLink.idDigits) mControl.IdLen(static_cast<std::uint8_t>(*mLink.idDigits));
+  if (!mLink.speed.empty()) mControl.BPS(toUtf16(mLink.speed));
+  if (mLink.port.empty()) return;
+  if (isNumber(mLink.port)) {
+    mControl.CommPort(static_cast<std::int16_t>(parseNumber(mLink.port, 0, 32767, "--port")));
+  } else {
+    mPlatform.mapCommPort(mappedPort, mLink.port);
+    mControl.CommPort(mappedPort);
+  }
+}
+
+std::u16string TerminalSession::connects(const std::string& command) {
+  if (!mLink.onNetwork()) return {};
+  if (mLink.host.empty())
+    throw CommandFailure(ExitStatus::wrongUse, "over the network " + command +
+                                                   " connects to the terminal: give --host "
+                                                   "HOST[:PORT] (--listen is for others)");
+  const HostAndPort target = parseHost(mLink.host);
+  const std::u16string host = toUtf16(target.host);
+  mControl.WinSockProtocol(sckTCPProtocol);
+  mControl.WinSockRemoteHost(host);
+  mControl.WinSockRemotePort(target.port);
+  mControl.SetWinSockUDPMode(0);  // the one mode member that applies the remote port
+  return host;
+}
+
+std::u16string TerminalSession::listens(const std::string& command) {
+  if (!mLink.onNetwork()) return {};
+  if (!mLink.listenPort)
+    throw CommandFailure(ExitStatus::wrongUse, "over the network " + command +
+                                                   " waits for the terminal to connect in: give "
+                                                   "--listen PORT (--host is for others)");
+  mControl.WinSockProtocol(sckTCPProtocol);
+  mControl.WinSockLocalPort(*mLink.listenPort);
+  mControl.SetWinSockTCPMode(0);
+  return toUtf16("terminal-" + std::to_string(*mLink.listenPort));
+}
+
+CommandFailure TerminalSession::explained(const RunTimeError& error) const {
+  const CommandFailure failure(error);
+  if (error.number() != ErrorNumber::wrongConnectionState) return failure;
+  if (!mSocketError.empty()) return {ExitStatus::error, mSocketError};
+  if (mSocketState != sckClosing) return failure;
+  return {ExitStatus::error, failure.what() + std::string("; the other side has hung up")};
+}
+
+CommandFailure TerminalSession::failure(const std::string& otherwise) const {
+  if (!mSocketError.empty()) return {ExitStatus::error, mSocketError};
+  const std::string& note = mPlatform.lastNote();
+  return {ExitStatus::refused, note.empty() ? terminal() + ": " + otherwise : note};
+}
+
+std::string TerminalSession::terminal() const {
+  return "terminal " + std::to_string(mControl.DeviceNum());
+}
+
+void TerminalSession::WinSockError(std::int16_t number, std::u16string& Description, std::int32_t,
+                                   const std::u16string&, const std::u16string&, std::int32_t,
+                                   bool&) {
+  mSocketError = "error " + std::to_string(number) + ": " + toUtf8(Description);
+}
+
+void TerminalSession::tick() {
+  if (mInterrupt.requested()) {
+    mTick->Enabled(false);
+    throw CommandFailure(ExitStatus::interrupted, "interrupted");
+  }
+  if (mOnTick) mOnTick();
+}
+
+}  // namespace cronvel

@@ -1,0 +1,61 @@
+#include "link/SerialLink.h"
+
+#include "runtime/Conversion.h"
+
+namespace cronvel {
+namespace {
+
+constexpr std::int32_t timer2Interval = 60000;
+
+constexpr SerialPortSetup binaryInput{
+    .InputMode = 1,
+    .InputLen = 0,
+    .RThreshold = 1,
+    .SThreshold = 0,
+    .Handshaking = 0,
+    .NullDiscard = false,
+    .EOFEnable = false,
+    .Break = false,
+    .DTREnable = true,
+    .RTSEnable = true,
+};
+
+}  // namespace
+
+SerialLink::SerialLink(Platform& platform, LinkState& state, __Cronvel& events)
+    : mState(state),
+      mEvents(events),
+      MSComm1(platform.makeSerialPort()),
+      Timer2(platform.makeTimer()) {
+  MSComm1->configure(binaryInput);
+  MSComm1->onComm([this] { OnComm(); });
+  Timer2->Interval(timer2Interval);
+  Timer2->onTimer([this] { Timer2Tick(); });
+}
+
+void SerialLink::startTimeOut(std::int16_t ticks) {
+  Timer2->Enabled(false);
+  mTimerTicks = 0;
+  mTimerLimit = ticks;
+  mTimedOut = false;
+  Timer2->Enabled(true);
+}
+
+void SerialLink::OnComm() {
+  // Bytes that come during a command stay in the port: they are its reply.
+  if (!mState.MonitoringON) return;
+  if (MSComm1->CommEvent() != comEvReceive) return;
+  const std::int32_t count = MSComm1->InBufferCount();
+  if (count <= 0) return;
+  Bytes bytes = MSComm1->Input();
+  mEvents.DataReceivedForMonitoring(bytes, toInteger(count));
+}
+
+void SerialLink::Timer2Tick() {
+  mTimerTicks = toInteger(mTimerTicks + 1);
+  if (mTimerTicks < mTimerLimit) return;
+  Timer2->Enabled(false);
+  mTimedOut = true;
+}
+
+}  // namespace cronvel

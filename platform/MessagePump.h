@@ -1,0 +1,17 @@
+#pragma once
+
+namespace cronvel {
+
+/// Runs the handlers of ports, sockets and timers, and on a desktop the host's own messages.
+/// Either call may be made from inside a handler. An exception from a handler leaves the call.
+class MessagePump {
+ public:
+  virtual ~MessagePump() = default;
+  /// One pass over what is pending now. Never waits.
+  virtual void DoEvents() = 0;
+  /// For wait loops: as `DoEvents`, but when nothing is pending it first blocks until something
+  /// happens or a millisecond or two have gone by.
+  virtual void waitEvents() = 0;
+};
+
+}  // namespace cronvel

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "platform/Clock.h"
+#include "platform/MessagePump.h"
+#include "platform/MsgBox.h"
+#include "platform/SerialLineEnd.h"
+#include "platform/SerialPort.h"
+#include "platform/Socket.h"
+#include "platform/Timer.h"
+
+namespace cronvel {
+
+/// What this machine offers to a control. One per thread that drives controls or simulated devices;
+/// it outlives everything that it made.
+class Platform {
+ public:
+  virtual ~Platform() = default;
+
+  /// This operating system's platform.
+  static std::unique_ptr<Platform> create();
+
+  virtual std::unique_ptr<SerialPort> makeSerialPort() = 0;
+  virtual std::unique_ptr<SocketArray> makeSocketArray() = 0;
+  virtual std::unique_ptr<Timer> makeTimer() = 0;
+  virtual Clock& clock() = 0;
+  virtual MessagePump& messagePump() = 0;
+  virtual MsgBox& msgBox() = 0;
+
+  /// Gives port number `number` a device of its own instead of the machine's usual one: a path.
+  virtual void mapCommPort(std::int16_t number, const std::string& path) = 0;
+
+  /// Makes a serial line and returns its devices' end. With `linkName` the PC's end can also be
+  /// opened under that name (a symbolic link that goes with the line). Raises 75 where the link
+  /// cannot be made.
+  virtual std::unique_ptr<SerialLineEnd> makeSerialLineEnd(const std::string& linkName) = 0;
+
+  /// What the control has to say about what it does ("no reply within 5 s: nothing came"). Heard by
+  /// a tracing platform; nothing otherwise.
+  virtual void note(std::string_view /*text*/) {}
+};
+
+}  // namespace cronvel

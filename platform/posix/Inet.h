@@ -1,0 +1,25 @@
+#pragma once
+
+#include <netinet/in.h>
+
+#include <cstdint>
+#include <string>
+
+namespace cronvel {
+
+sockaddr_in inetAddress(in_addr host, std::int32_t port);
+std::string dotted(in_addr host);
+/// "10.0.0.5 port 8085"
+std::string describe(const sockaddr_in& address);
+/// The port that a bound socket really uses.
+std::int32_t boundPort(int fd);
+/// This machine's first address other than loopback, else loopback.
+std::string localAddress();
+
+/// The socket calls take every kind of address through one pointer type.
+inline sockaddr* generic(sockaddr_in* address) { return reinterpret_cast<sockaddr*>(address); }
+inline const sockaddr* generic(const sockaddr_in* address) {
+  return reinterpret_cast<const sockaddr*>(address);
+}
+
+}  // namespace cronvel

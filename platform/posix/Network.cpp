@@ -1,0 +1,151 @@
+#include "platform/posix/Network.h"
+
+#include <netdb.h>
+#include <sys/eventfd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <mutex>
+#include <system_error>
+#include <thread>
+
+#include "platform/posix/FileDescriptor.h"
+
+namespace cronvel {
+
+using std::chrono::steady_clock;
+
+namespace {
+
+constexpr auto longestLinger = std::chrono::seconds(3);
+
+Resolver::Answer lookUp(const std::string& host, int flags) {
+  addrinfo hints{};
+  hints.ai_family = AF_INET;
+  hints.ai_socktype = SOCK_STREAM;
+  hints.ai_flags = flags;
+  addrinfo* list = nullptr;
+  const int error = getaddrinfo(host.c_str(), nullptr, &hints, &list);
+  Resolver::Answer answer;
+  if (error != 0) {
+    answer.problem = error == EAI_AGAIN ? "the name server does not answer" : gai_strerror(error);
+    return answer;
+  }
+  for (const addrinfo* each = list; each != nullptr; each = each->ai_next)
+    answer.addresses.push_back(reinterpret_cast<const sockaddr_in*>(each->ai_addr)->sin_addr);
+  freeaddrinfo(list);
+  return answer;
+}
+
+}  // namespace
+
+/// Where the looking-up threads leave their answers. It belongs to them as well, since one of them
+/// may outlive the resolver.
+struct Resolver::Mailbox {
+  FileDescriptor bell{eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)};
+  std::mutex mutex;
+  std::map<unsigned, Answer> answers;
+
+  void put(unsigned id, Answer answer) {
+    const std::lock_guard lock(mutex);
+    answers[id] = std::move(answer);
+    eventfd_write(bell.get(), 1);
+  }
+
+  std::map<unsigned, Answer> takeAll() {
+    const std::lock_guard lock(mutex);
+    eventfd_t rings = 0;
+    eventfd_read(bell.get(), &rings);
+    return std::exchange(answers, {});
+  }
+};
+
+Resolver::Query& Resolver::Query::operator=(Query&& other) noexcept {
+  std::swap(mResolver, other.mResolver);
+  std::swap(mId, other.mId);
+  return *this;
+}
+
+Resolver::Query::~Query() {
+  if (mResolver != nullptr) mResolver->mPending.erase(mId);
+}
+
+Resolver::Resolver(Reactor& reactor)
+    : mMailbox(std::make_shared<Mailbox>()), mWatch(reactor.watch([this](short) { deliver(); })) {}
+
+std::vector<in_addr> Resolver::numeric(const std::string& host) {
+  return lookUp(host, AI_NUMERICHOST).addresses;
+}
+
+Resolver::Query Resolver::resolve(const std::string& host, Done done) {
+  Query query;
+  query.mResolver = this;
+  query.mId = mNextId++;
+  mPending[query.mId] = std::move(done);
+  mWatch.attach(mMailbox->bell.get(), POLLIN);
+  try {
+    std::thread([mailbox = mMailbox, id = query.mId, host] {
+      mailbox->put(id, lookUp(host, 0));
+    }).detach();
+  } catch (const std::system_error& error) {
+    mMailbox->put(query.mId, {{}, error.what()});
+  }
+  return query;
+}
+
+void Resolver::deliver() {
+  for (const auto& [id, answer] : mMailbox->takeAll()) {
+    const auto pending = mPending.extract(id);
+    if (!pending.empty()) pending.mapped()(answer);
+  }
+  if (mPending.empty()) mWatch.detach();
+}
+
+struct SocketCloser::Lingering {
+  TcpStream stream;
+  Reactor::Watch watch;
+  steady_clock::time_point deadline;
+  bool saidSo = false;
+
+  void work() {
+    const std::size_t before = stream.unsentCount();
+    stream.flush();
+    if (stream.unsentCount() < before) deadline = steady_clock::now() + longestLinger;
+    if (!stream.unsent() && stream.error() == 0 && !saidSo) {
+      stream.endSending();
+      saidSo = true;
+    }
+    stream.discard();
+  }
+  bool over() const {
+    return stream.error() != 0 || (stream.ended() && !stream.unsent()) ||
+           steady_clock::now() >= deadline;
+  }
+};
+
+SocketCloser::SocketCloser(Reactor& reactor) : mReactor(reactor) {}
+
+SocketCloser::~SocketCloser() {
+  for (Lingering& each : mLingering) each.work();
+}
+
+void SocketCloser::take(TcpStream stream) {
+  if (!stream.mustLinger()) return;
+  const auto entry = mLingering.insert(
+      mLingering.end(), Lingering{std::move(stream), {}, steady_clock::now() + longestLinger});
+  entry->stream.take();
+  entry->watch = mReactor.watch([this, entry](short) { service(entry); });
+  service(entry);
+}
+
+void SocketCloser::service(Entry entry) {
+  entry->work();
+  if (entry->over()) {
+    mLingering.erase(entry);
+    return;
+  }
+  entry->watch.attach(entry->stream.fd(), entry->stream.interest());
+  entry->watch.callAt(entry->deadline);
+}
+
+}  // namespace cronvel

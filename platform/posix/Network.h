@@ -1,0 +1,84 @@
+#pragma once
+
+#include <netinet/in.h>
+
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/posix/Reactor.h"
+#include "platform/posix/TcpStream.h"
+
+namespace cronvel {
+
+/// Looks names up without holding up the thread that asks.
+class Resolver {
+ public:
+  struct Answer {
+    std::vector<in_addr> addresses;
+    std::string problem;  ///< why there are none
+  };
+  using Done = std::function<void(const Answer&)>;
+
+  /// A question under way; the answer to one that was destroyed is dropped.
+  class Query {
+   public:
+    Query() = default;
+    Query(Query&& other) noexcept { *this = std::move(other); }
+    Query& operator=(Query&& other) noexcept;
+    ~Query();
+
+   private:
+    friend class Resolver;
+    Resolver* mResolver = nullptr;
+    unsigned mId = 0;
+  };
+
+  explicit Resolver(Reactor& reactor);
+
+  /// The addresses that `host` itself spells; empty for a name.
+  static std::vector<in_addr> numeric(const std::string& host);
+  /// `done` is called in a pump pass and must not throw.
+  [[nodiscard]] Query resolve(const std::string& host, Done done);
+
+ private:
+  struct Mailbox;
+  void deliver();
+
+  std::shared_ptr<Mailbox> mMailbox;
+  std::map<unsigned, Done> mPending;
+  unsigned mNextId = 1;
+  Reactor::Watch mWatch;
+};
+
+/// Ends connections in order after their owner has let go of them: sends what is queued, says so,
+/// and drops input until the peer has ended too, for some seconds at most.
+class SocketCloser {
+ public:
+  explicit SocketCloser(Reactor& reactor);
+  ~SocketCloser();
+  void take(TcpStream stream);
+
+ private:
+  struct Lingering;
+  using Entry = std::list<Lingering>::iterator;
+  void service(Entry entry);
+
+  Reactor& mReactor;
+  std::list<Lingering> mLingering;
+};
+
+/// What the sockets of a platform share.
+class Network {
+ public:
+  explicit Network(Reactor& reactorToUse)
+      : reactor(reactorToUse), resolver(reactorToUse), closer(reactorToUse) {}
+  Reactor& reactor;
+  Resolver resolver;
+  SocketCloser closer;
+};
+
+}  // namespace cronvel

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/Clock.h"
+#include "platform/MsgBox.h"
+#include "platform/SerialLineEnd.h"
+#include "platform/SerialPort.h"
+#include "platform/Socket.h"
+#include "platform/Timer.h"
+#include "platform/posix/Reactor.h"
+
+namespace cronvel {
+
+class Network;
+
+/// Says which device a port number stands for; asked at each opening.
+using CommPortPath = std::function<std::string(std::int16_t number)>;
+
+std::unique_ptr<SerialPort> makePosixSerialPort(Reactor& reactor, CommPortPath path);
+std::unique_ptr<SerialLineEnd> makePosixSerialLineEnd(Reactor& reactor,
+                                                      const std::string& linkName);
+std::unique_ptr<SocketArray> makePosixSocketArray(Network& network);
+std::unique_ptr<Timer> makePosixTimer(Reactor& reactor);
+std::unique_ptr<Clock> makePosixClock();
+std::unique_ptr<MsgBox> makePosixMsgBox();
+
+}  // namespace cronvel

@@ -1,0 +1,49 @@
+#include <cstdlib>
+#include <map>
+
+#include "platform/Platform.h"
+#include "platform/posix/Network.h"
+#include "platform/posix/PosixParts.h"
+
+namespace cronvel {
+namespace {
+
+class PosixPlatform : public Platform {
+ public:
+  std::unique_ptr<SerialPort> makeSerialPort() override {
+    return makePosixSerialPort(mReactor, [this](std::int16_t number) { return pathOf(number); });
+  }
+  std::unique_ptr<SocketArray> makeSocketArray() override { return makePosixSocketArray(mNetwork); }
+  std::unique_ptr<Timer> makeTimer() override { return makePosixTimer(mReactor); }
+  std::unique_ptr<SerialLineEnd> makeSerialLineEnd(const std::string& linkName) override {
+    return makePosixSerialLineEnd(mReactor, linkName);
+  }
+  Clock& clock() override { return *mClock; }
+  MessagePump& messagePump() override { return mReactor; }
+  MsgBox& msgBox() override { return *mMsgBox; }
+
+  void mapCommPort(std::int16_t number, const std::string& path) override {
+    mCommPorts[number] = path;
+  }
+
+ private:
+  std::string pathOf(std::int16_t number) const {
+    if (const auto mapped = mCommPorts.find(number); mapped != mCommPorts.end())
+      return mapped->second;
+    const char* named = std::getenv(("CRONVEL_COM" + std::to_string(number)).c_str());
+    if (named != nullptr && *named != '\0') return named;
+    return "/dev/ttyS" + std::to_string(number - 1);
+  }
+
+  Reactor mReactor;
+  Network mNetwork{mReactor};
+  std::unique_ptr<Clock> mClock = makePosixClock();
+  std::unique_ptr<MsgBox> mMsgBox = makePosixMsgBox();
+  std::map<std::int16_t, std::string> mCommPorts;
+};
+
+}  // namespace
+
+std::unique_ptr<Platform> Platform::create() { return std::make_unique<PosixPlatform>(); }
+
+}  // namespace cronvel

@@ -1,0 +1,113 @@
+#include "protocol/CommandExchange.h"
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+#include "runtime/PackedBcd.h"
+
+namespace cronvel {
+namespace {
+
+constexpr std::uint8_t successReply = 24;
+
+constexpr char16_t noCarrierText[] = u"ارتباط برقرار نيست. ابتدا شماره گيري كنيد.";
+constexpr char16_t modemTitle[] = u"ارتباط مودم";
+
+std::string decimalAndHex(std::uint8_t byte) {
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%u (%02X hex)", static_cast<unsigned>(byte),
+                static_cast<unsigned>(byte));
+  return text.data();
+}
+
+}  // namespace
+
+bool Outcome::accepted() const {
+  return kind == Kind::replied && !reply.empty() && reply.front() == successReply;
+}
+
+CommandExchange::CommandExchange(const DeviceLinks& links, const std::u16string& sRemoteHost,
+                                 const CommandForm& form)
+    : mLinks(links), mForm(form), mLine(DeviceLine::choose(mLinks, sRemoteHost)) {}
+
+Outcome CommandExchange::run(const Body& body) {
+  if (!carrierPresent()) return {Outcome::Kind::noCarrier, {}};
+  connect();
+  holdMonitoring();
+  if (!prepareLink()) return {Outcome::Kind::notConnected, {}};
+  sendAddress();
+  beginBody();
+  body(*this);
+  endBody();
+  std::optional<Bytes> reply = awaitReply();
+  release(reply.has_value());
+  if (!reply) return {Outcome::Kind::noReply, {}};
+  return {Outcome::Kind::replied, std::move(*reply)};
+}
+
+bool CommandExchange::carrierPresent() {
+  const bool carrier = mLinks.serial.port().CDHolding();
+  if (!mLinks.state.DialupConnection || carrier) return true;
+  mLinks.platform.note("no modem carrier: dial first, or set DialupConnection to False");
+  mLinks.platform.msgBox().show(noCarrierText, MsgBox::Buttons::ok, modemTitle);
+  return false;
+}
+
+void CommandExchange::holdMonitoring() {
+  if (mForm.monitoring == MonitoringEnd::off) return;
+  mSavedMonitoring = mLinks.state.MonitoringON;
+  mLinks.state.MonitoringON = false;
+}
+
+bool CommandExchange::prepareLink() {
+  if (!mLine->prepare(mForm.network)) {
+    mLinks.platform.note("no terminal connected in within 10 s");
+    release(false);
+    return false;
+  }
+  if (mForm.discardOutput) mLine->discardOutput();
+  return true;
+}
+
+void CommandExchange::sendAddress() { send(packedBcd(mLinks.state.DeviceNum)); }
+
+void CommandExchange::send(int value, int pause) {
+  mLine->send(value);
+  if (pause > 0) mLinks.Sleep(pause);
+}
+
+std::optional<Bytes> CommandExchange::awaitReply() {
+  mLine->expectReply();
+  std::optional<Bytes> reply;
+  mLinks.waitFor(mForm.wait, [&] { return (reply = mLine->takeReply()).has_value(); });
+  noteReply(reply);
+  return reply;
+}
+
+void CommandExchange::noteReply(const std::optional<Bytes>& reply) const {
+  const std::string terminal = "terminal " + std::to_string(mLinks.state.DeviceNum);
+  if (!reply || reply->empty()) {
+    mLinks.platform.note("no reply within " + std::to_string(std::lround(mForm.wait)) +
+                         " s: nothing came from " + terminal);
+  } else if (reply->front() == successReply) {
+    mLinks.platform.note("reply 24 (18 hex): " + terminal + " has done it");
+  } else {
+    mLinks.platform.note("reply " + decimalAndHex(reply->front()) + " instead of 24 (18 hex): " +
+                         terminal + " has refused, or the line is disturbed");
+  }
+}
+
+void CommandExchange::release(bool replied) {
+  endMonitoringHold(replied);
+  mLine->close();
+}
+
+void CommandExchange::endMonitoringHold(bool replied) {
+  const bool staysOff =
+      mForm.monitoring == MonitoringEnd::off ||
+      (mForm.monitoring == MonitoringEnd::offAfterSerialReply && replied && mLine->isSerial());
+  mLinks.state.MonitoringON = !staysOff && mSavedMonitoring;
+}
+
+}  // namespace cronvel

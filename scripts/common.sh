@@ -1,0 +1,56 @@
+# For the scripts beside it: where the repo is, what is said, what is installed, what is built.
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+say() { printf '\n== %s\n' "$*"; }
+fail() {
+  printf '%s\n' "$*" >&2
+  exit 1
+}
+
+build_packages=(g++ cmake ninja-build libcli11-dev libgtest-dev libbenchmark-dev)
+
+# need PACKAGE...: installs what is missing, by apt, as root or through sudo.
+need() {
+  local missing=() package
+  for package in "$@"; do
+    dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' ||
+      missing+=("$package")
+  done
+  [ ${#missing[@]} -gt 0 ] || return 0
+  say "installing ${missing[*]}"
+  local as_root=()
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null ||
+      fail "These packages are missing; install them as root, then run this again: ${missing[*]}"
+    as_root=(sudo)
+  fi
+  local apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -y -q)
+  local log
+  log=$(mktemp)
+  if ! { "${apt[@]}" update && "${apt[@]}" install --no-install-recommends "${missing[@]}"; } \
+    >"$log" 2>&1; then
+    tail -n 20 "$log" >&2
+    rm -f "$log"
+    fail "apt could not install ${missing[*]}"
+  fi
+  rm -f "$log"
+}
+
+# build PRESET [TARGET...]: configures and builds; quick when nothing has changed.
+build() {
+  local preset=$1
+  shift
+  local targets=()
+  [ $# -eq 0 ] || targets=(--target "$@")
+  local folder=$root/build
+  [ "$preset" = native ] || folder=$root/build-$preset
+  local log=$folder/configure.log
+  mkdir -p "$folder"
+  (cd "$root" && cmake --preset "$preset") >"$log" 2>&1 || {
+    cat "$log" >&2
+    fail "configuring failed"
+  }
+  (cd "$root" && cmake --build --preset "$preset" "${targets[@]}")
+}

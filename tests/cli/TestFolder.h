@@ -1,0 +1,29 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace cronvel {
+
+/// A folder of the test's own, gone with it.
+class TestFolder {
+ public:
+  TestFolder();
+  ~TestFolder();
+  TestFolder(const TestFolder&) = delete;
+  TestFolder& operator=(const TestFolder&) = delete;
+
+  std::string path(const std::string& name) const { return (mPath / name).string(); }
+  void write(const std::string& name, const std::string& content) const;
+  /// Empty where the file is missing.
+  std::string read(const std::string& name) const;
+  bool has(const std::string& name) const { return std::filesystem::exists(mPath / name); }
+
+ private:
+  std::filesystem::path mPath;
+};
+
+/// Bytes from hexadecimal pairs: "ED 12 34".
+std::string fromHex(const std::string& hex);
+
+}  // namespace cronvel

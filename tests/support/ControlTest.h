@@ -1,0 +1,87 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "control/Cronvel.h"
+#include "platform/PropertyBagFile.h"
+#include "tests/support/FakePlatform.h"
+
+namespace cronvel::test {
+
+/// A container that writes down what it is told.
+class RecordingContainer : public Container {
+ public:
+  bool UserMode() const override { return userMode; }
+  void PropertyChanged(std::string_view key) override { changed.emplace_back(key); }
+  bool userMode = true;
+  std::vector<std::string> changed;
+};
+
+class RecordingEvents : public __Cronvel {
+ public:
+  struct Arrival {
+    Bytes bytes;
+    std::int32_t length;
+    std::u16string host;
+    int counters;
+  };
+  void WinSockCurrentState(std::int16_t CurrentState) override { states.push_back(CurrentState); }
+  void WinSockError(std::int16_t number, std::u16string&, std::int32_t, const std::u16string&,
+                    const std::u16string&, std::int32_t, bool&) override {
+    errors.push_back(number);
+  }
+  void WinSockDataReceived(Bytes& bytes, std::int32_t length, std::u16string& host, std::u16string&,
+                           std::int16_t& loops, std::int32_t& calls) override {
+    arrivals.push_back({bytes, length, host, loops + calls});
+    bytes.assign(5, 0xEE);  // a host may write there; it must do no harm
+    if (onArrival) onArrival();
+  }
+  void DataReceivedForMonitoring(Bytes& bytes, std::int16_t length) override {
+    monitoring.push_back({bytes, length, {}, 0});
+  }
+  std::vector<std::int16_t> states;
+  std::vector<std::int16_t> errors;
+  std::vector<Arrival> arrivals;
+  std::vector<Arrival> monitoring;
+  std::function<void()> onArrival;
+};
+
+/// The control on a fake machine.
+class ControlTest : public testing::Test {
+ protected:
+  ControlTest() {
+    platform.time.stepPerRead = 1000;  // the calibration divides by the time that passes
+    control = std::make_unique<Cronvel>(platform, container, events);
+    platform.time.stepPerRead = 0;
+    transcript().take();
+  }
+  Transcript& transcript() { return platform.transcript; }
+  /// Without sending the switch: as a host's saved settings would.
+  void monitoringOn() {
+    PropertyBagFile bag;
+    control->WriteProperties(bag);
+    bag.WriteProperty("MonitoringON", true, false);
+    control->ReadProperties(bag);
+    transcript().take();
+  }
+  /// The error number that the call ends with, 0 for none.
+  template <typename Call>
+  static int errorOf(Call&& call) {
+    try {
+      call();
+    } catch (const RunTimeError& error) {
+      return static_cast<int>(error.number());
+    }
+    return 0;
+  }
+
+  FakePlatform platform;
+  RecordingContainer container;
+  RecordingEvents events;
+  std::unique_ptr<Cronvel> control;
+};
+
+}  // namespace cronvel::test

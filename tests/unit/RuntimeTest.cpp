@@ -1,0 +1,107 @@
+#include <gtest/gtest.h>
+
+#include "runtime/Conversion.h"
+#include "runtime/File.h"
+#include "runtime/PackedBcd.h"
+#include "runtime/RunTimeError.h"
+#include "runtime/Text.h"
+
+namespace cronvel {
+namespace {
+
+template <typename Call>
+int errorOf(Call&& call) {
+  try {
+    call();
+  } catch (const RunTimeError& error) {
+    return static_cast<int>(error.number());
+  }
+  return 0;
+}
+
+TEST(Conversion, NumericValueReadsTheLeadingPart) {
+  const std::pair<const char16_t*, double> cases[] = {
+      {u"", 0},       {u"abc", 0},     {u"12.6", 12.6}, {u" 1 2 3 x4", 123}, {u"-7,5", -7},
+      {u"1e2", 100},  {u"1d2", 100},   {u"1e", 1},      {u".5", 0.5},        {u"&H1F", 31},
+      {u"&o17", 15},  {u"&", 0},       {u"- 3", -3},    {u"..1", 0},         {u"\u0661", 0},
+      {u"1e-999", 0}, {u"2.3.4", 2.3}, {u"&HG", 0}};
+  for (const auto& [text, value] : cases) EXPECT_EQ(numericValue(text), value) << toUtf8(text);
+}
+
+TEST(Conversion, IntegersRoundHalfToEvenAndKeepTheirRange) {
+  EXPECT_EQ(toByte(12.5), 12);
+  EXPECT_EQ(toByte(13.5), 14);
+  EXPECT_EQ(toLong(u"  -2.5 "), -2);
+  EXPECT_EQ(toLong(u"&HFF"), 255);
+  EXPECT_EQ(errorOf([] { toByte(255.5); }), 6);
+  EXPECT_EQ(errorOf([] { toByte(-1); }), 6);
+  EXPECT_EQ(errorOf([] { toInteger(32768); }), 6);
+  EXPECT_EQ(errorOf([] { toLong(u"1e10"); }), 6);
+  EXPECT_EQ(errorOf([] { toLong(u"1e999"); }), 6);
+  for (const auto* text : {u"", u" ", u"12x", u"port", u"1 2", u"-"})
+    EXPECT_EQ(errorOf([text] { toLong(text); }), 13) << toUtf8(text);
+}
+
+TEST(Conversion, TimesOfEveryKind) {
+  const std::pair<Variant, int> cases[] = {{std::u16string(u"23:59:07"), 86347},
+                                           {std::u16string(u" 7:05 "), 25500},
+                                           {std::u16string(u"11:59:07 PM"), 86347},
+                                           {std::u16string(u"12:00 am"), 0},
+                                           {std::u16string(u"12 PM"), 43200},
+                                           {Time{45000.5}, 43200},
+                                           {0.25, 21600},
+                                           {Time{-1.25}, 21600},
+                                           {Time{86399.6 / 86400}, 0},
+                                           {std::int16_t{3}, 0}};
+  for (const auto& [value, seconds] : cases) EXPECT_EQ(secondsOfDay(value), seconds);
+  for (const auto* text : {u"", u"noon", u"24:00", u"7:60", u"13:00 PM", u"1:2:3:4", u"7", u"12:"})
+    EXPECT_EQ(errorOf([text] { secondsOfDay(std::u16string(text)); }), 13) << toUtf8(text);
+  EXPECT_EQ(errorOf([] { secondsOfDay(Variant()); }), 13);
+  EXPECT_EQ(errorOf([] { secondsOfDay(Bytes{1}); }), 13);
+}
+
+TEST(PackedBcd, TensAreNotLimitedToNine) {
+  EXPECT_EQ(packedBcd(0), 0x00);
+  EXPECT_EQ(packedBcd(99), 0x99);
+  EXPECT_EQ(packedBcd(123), 0xC3);
+  EXPECT_EQ(bcdByte(159), 0xF9);
+  EXPECT_EQ(errorOf([] { bcdByte(160); }), 6);
+}
+
+TEST(Text, Utf8AndUtf16) {
+  EXPECT_EQ(toUtf16("ارتباط"), u"ارتباط");
+  EXPECT_EQ(toUtf8(u"\U0001F600 ك"), "\U0001F600 ك");
+  EXPECT_EQ(toUtf16("\xC3\x28 \xED\xA0\x80 \xF5"), u"\xFFFD( \xFFFD\xFFFD\xFFFD \xFFFD");
+  EXPECT_EQ(toUtf8(u"\xD800x"), "\xEF\xBF\xBDx");
+}
+
+TEST(File, CheckNameKeepsFolderAndBaseName) {
+  const std::pair<const char16_t*, const char16_t*> cases[] = {
+      {u"/data/rec.bin", u"/data/rec.Hex"}, {u"rec", u"rec.Hex"},  {u"./a.b.c", u"./a.b.Hex"},
+      {u"d.x/rec", u"d.x/rec.Hex"},         {u"rec.", u"rec.Hex"}, {u"پ/حضور.Hex", u"پ/حضور.Hex"}};
+  for (const auto& [name, check] : cases) EXPECT_EQ(withExtension(name, u".Hex"), check);
+  EXPECT_EQ(errorOf([] { withExtension(u"", u".Hex"); }), 52);
+}
+
+TEST(File, ErrorsNameNumberAndCause) {
+  const auto folder = std::filesystem::temp_directory_path();
+  EXPECT_EQ(errorOf([&] { File(folder / "no such file", File::Access::read); }), 53);
+  EXPECT_EQ(errorOf([&] { File(folder / "no folder" / "x", File::Access::update); }), 76);
+  EXPECT_EQ(errorOf([&] { File(folder, File::Access::output); }), 75);
+  try {
+    File(folder / "no folder" / "x.Hex", File::Access::output);
+  } catch (const RunTimeError& error) {
+    EXPECT_NE(std::string(error.what()).find("x.Hex (No such file or directory); make the folder"),
+              std::string::npos)
+        << error.what();
+  }
+}
+
+TEST(File, FullDiskIsNoticedAtTheWrite) {
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full here";
+  File full("/dev/full", File::Access::update);
+  EXPECT_EQ(errorOf([&] { full.write(Bytes(10)); }), 61);
+}
+
+}  // namespace
+}  // namespace cronvel

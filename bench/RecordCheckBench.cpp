@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "records/RecordCheck.h"
+#include "runtime/Bytes.h"
 #include "runtime/File.h"
 
 // The record file check against writing the same number of bytes straight to the same folder.

@@ -10,7 +10,7 @@ class MessagePump {
   /// One pass over what is pending now. Never waits.
   virtual void DoEvents() = 0;
   /// For wait loops: as `DoEvents`, but when nothing is pending it first blocks until something
-  /// happens or a millisecond or two have gone by.
+  /// happens or a few milliseconds have gone by.
   virtual void waitEvents() = 0;
 };
 

@@ -21,8 +21,11 @@ class Platform {
  public:
   virtual ~Platform() = default;
 
-  /// This operating system's platform.
+  /// This operating system's platform. With CRONVEL_TRACE=FILE in the environment the transcript of
+  /// what goes over its lines is added to that file; 75 where it cannot be written.
   static std::unique_ptr<Platform> create();
+  /// The same without a transcript, for the other end of the wire.
+  static std::unique_ptr<Platform> createUntraced();
 
   virtual std::unique_ptr<SerialPort> makeSerialPort() = 0;
   virtual std::unique_ptr<SocketArray> makeSocketArray() = 0;

@@ -9,7 +9,7 @@ fail() {
   exit 1
 }
 
-build_packages=(g++ cmake ninja-build libcli11-dev libgtest-dev libbenchmark-dev)
+build_packages=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libgtest-dev libbenchmark-dev)
 
 # need PACKAGE...: installs what is missing, by apt, as root or through sudo.
 need() {

@@ -156,7 +156,7 @@ int main(int argc, char** argv) {
   std::signal(SIGINT, onSignal);
   std::signal(SIGTERM, onSignal);
   try {
-    const auto platform = Platform::create();
+    const auto platform = Platform::createUntraced();
     Simulation(*platform, *options).run();
   } catch (const std::invalid_argument& error) {
     std::cerr << "cronvel-terminal: " << error.what() << std::endl;

@@ -44,6 +44,6 @@ class PosixPlatform : public Platform {
 
 }  // namespace
 
-std::unique_ptr<Platform> Platform::create() { return std::make_unique<PosixPlatform>(); }
+std::unique_ptr<Platform> Platform::createUntraced() { return std::make_unique<PosixPlatform>(); }
 
 }  // namespace cronvel

@@ -11,7 +11,8 @@ using std::chrono::seconds;
 using std::chrono::steady_clock;
 
 namespace {
-constexpr auto longestBlock = std::chrono::milliseconds(2);
+/// Everything here wakes the poll, so this only sets how exactly a wait loop keeps its limit.
+constexpr auto longestBlock = std::chrono::milliseconds(5);
 }
 
 struct Reactor::Source {

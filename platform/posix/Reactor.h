@@ -39,7 +39,7 @@ class Reactor : public MessagePump {
     void callSoon() { callAt(TimePoint::min()); }
     void cancelCall() { callAt(TimePoint::max()); }
     /// Calls the handler in each pass. Unlike a call that is due, this does not keep `waitEvents`
-    /// from blocking its millisecond or two first.
+    /// from blocking its few milliseconds first.
     void callEachPass(bool on);
 
    private:

@@ -1,13 +1,12 @@
 #include "cli/CommandLine.h"
+#include "tests/support/TestFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <sstream>
 
-#include "TestFolder.h"
-
-namespace cronvel {
+namespace cronvel::test {
 namespace {
 
 /// Runs the command inside the test, without a terminal in front of it.
@@ -152,4 +151,4 @@ TEST_F(CommandLineTest, SettingsAreWrittenAndUsed) {
 }
 
 }  // namespace
-}  // namespace cronvel
+}  // namespace cronvel::test

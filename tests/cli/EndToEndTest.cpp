@@ -3,68 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
-#include <cstdlib>
-#include <functional>
 #include <memory>
-#include <sstream>
-#include <thread>
 
-#include "TestFolder.h"
 #include "platform/Platform.h"
+#include "tests/support/SimulatedTerminal.h"
+#include "tests/support/TestFolder.h"
 
-namespace cronvel {
+namespace cronvel::test {
 namespace {
-
-std::string shellQuoted(const std::string& text) { return "'" + text + "'"; }
-
-int shell(const std::string& command) { return std::system(command.c_str()); }
-
-bool waitUntil(const std::function<bool()>& condition) {
-  for (int i = 0; i < 200; ++i) {
-    if (condition()) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
-  return false;
-}
-
-/// A running cronvel-terminal.
-class SimulatedTerminal {
- public:
-  explicit SimulatedTerminal(const std::string& options) {
-    shell(CRONVEL_TERMINAL " " + options + " </dev/null >" + shellQuoted(mFolder.path("out")) +
-          " 2>&1 & echo $! >" + shellQuoted(mFolder.path("pid")));
-  }
-  ~SimulatedTerminal() {
-    std::string pid;
-    std::istringstream(mFolder.read("pid")) >> pid;
-    if (pid.empty()) return;
-    shell("kill " + pid + " 2>/dev/null");
-    EXPECT_TRUE(waitUntil([&] { return shell("kill -0 " + pid + " 2>/dev/null") != 0; }))
-        << "the terminal does not end";
-  }
-  SimulatedTerminal(const SimulatedTerminal&) = delete;
-  SimulatedTerminal& operator=(const SimulatedTerminal&) = delete;
-
-  /// What stands behind `label` in its first lines: the path or port that it got.
-  std::string announced(const std::string& label) const {
-    std::string value;
-    EXPECT_TRUE(waitUntil([&] {
-      const std::string text = mFolder.read("out");
-      const std::size_t at = text.find(label);
-      if (at == std::string::npos || text.find('\n', at) == std::string::npos) return false;
-      std::istringstream(text.substr(at + label.size())) >> value;
-      return true;
-    })) << mFolder.read("out");
-    return value;
-  }
-  std::string line() const { return announced("serial line: "); }
-  std::string port() const { return announced("listening on port "); }
-  std::string said() const { return mFolder.read("out"); }
-
- private:
-  TestFolder mFolder;
-};
 
 std::ptrdiff_t linesOf(const std::string& text) {
   return std::count(text.begin(), text.end(), '\n');
@@ -168,6 +114,17 @@ TEST_F(EndToEnd, SupervisorThatSignalsTwiceKeepsWhatArrived) {
   expectSavedAfterInterrupt();
 }
 
+TEST_F(EndToEnd, AKilledDownloadKeepsEveryBlockThatCameBefore) {
+  const SimulatedTerminal terminal("--serial --cards 50 --days 30 --json " +
+                                   mFolder.path("journal"));
+  run("download a --speed 1200 --port " + terminal.line(), "timeout -s KILL 4");
+  // At 109 bytes a second, some 3 s of streaming: all of it is on disk but what was on its way.
+  const std::string killed = mFolder.read("a.Hex");
+  EXPECT_GT(killed.size(), 150U);
+  EXPECT_EQ(run("download b --speed 19200 --port " + terminal.line()), 0) << err();
+  EXPECT_EQ(mFolder.read("b.Hex").substr(0, killed.size()), killed);
+}
+
 TEST_F(EndToEnd, DiskFullInTheMiddleKeepsWhatArrived) {
   const SimulatedTerminal terminal("--serial --cards 50 --days 30");
   EXPECT_EQ(run("download a --port " + terminal.line(),
@@ -242,4 +199,4 @@ TEST_F(EndToEnd, DiskFullLosesNothing) {
 }
 
 }  // namespace
-}  // namespace cronvel
+}  // namespace cronvel::test

@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "TestFolder.h"
 #include "cli/CommandFailure.h"
+#include "tests/support/TestFolder.h"
 
-namespace cronvel {
+namespace cronvel::test {
 namespace {
 
 TEST(RecordFiles, ADownloadGoesIntoAHexFile) {
@@ -69,4 +69,4 @@ TEST_F(EarlierFilesTest, ComeBackWhereTheNewFileCannotBeMade) {
 }
 
 }  // namespace
-}  // namespace cronvel
+}  // namespace cronvel::test

@@ -4,7 +4,7 @@
 
 #include <sstream>
 
-namespace cronvel {
+namespace cronvel::test {
 namespace {
 
 std::string format(TableFormat format, const std::vector<CardRecord>& records) {
@@ -64,4 +64,4 @@ TEST(RecordTable, NoRecordsIsStillWellFormed) {
 }
 
 }  // namespace
-}  // namespace cronvel
+}  // namespace cronvel::test

@@ -1,0 +1,50 @@
+#include "tests/support/SimulatedTerminal.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <sstream>
+#include <thread>
+
+namespace cronvel::test {
+
+std::string shellQuoted(const std::string& text) { return "'" + text + "'"; }
+
+int shell(const std::string& command) { return std::system(command.c_str()); }
+
+bool waitUntil(const std::function<bool()>& condition) {
+  for (int i = 0; i < 200; ++i) {
+    if (condition()) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  return false;
+}
+
+SimulatedTerminal::SimulatedTerminal(const std::string& options) {
+  shell("timeout 120 " CRONVEL_TERMINAL " " + options + " </dev/null >" +
+        shellQuoted(mFolder.path("out")) + " 2>&1 & echo $! >" + shellQuoted(mFolder.path("pid")));
+}
+
+SimulatedTerminal::~SimulatedTerminal() {
+  std::string pid;
+  std::istringstream(mFolder.read("pid")) >> pid;
+  if (pid.empty()) return;
+  shell("kill " + pid + " 2>/dev/null");
+  EXPECT_TRUE(waitUntil([&] { return shell("kill -0 " + pid + " 2>/dev/null") != 0; }))
+      << "the terminal does not end";
+}
+
+std::string SimulatedTerminal::announced(const std::string& label) const {
+  std::string value;
+  EXPECT_TRUE(waitUntil([&] {
+    const std::string text = mFolder.read("out");
+    const std::size_t at = text.find(label);
+    if (at == std::string::npos || text.find('\n', at) == std::string::npos) return false;
+    std::istringstream(text.substr(at + label.size())) >> value;
+    return true;
+  })) << mFolder.read("out");
+  return value;
+}
+
+}  // namespace cronvel::test

@@ -13,7 +13,7 @@ using std::chrono::steady_clock;
 namespace {
 /// Everything here wakes the poll, so this only sets how exactly a wait loop keeps its limit.
 constexpr auto longestBlock = std::chrono::milliseconds(5);
-}
+}  // namespace
 
 struct Reactor::Source {
   explicit Source(Handler h) : handler(std::move(h)) {}

@@ -34,11 +34,15 @@ SerialLink::SerialLink(Platform& platform, LinkState& state, __Cronvel& events)
 }
 
 void SerialLink::startTimeOut(std::int16_t ticks) {
-  Timer2->Enabled(false);
+  stopTimeOut();
   mTimerTicks = 0;
   mTimerLimit = ticks;
-  mTimedOut = false;
   Timer2->Enabled(true);
+}
+
+void SerialLink::stopTimeOut() {
+  Timer2->Enabled(false);
+  mTimedOut = false;
 }
 
 void SerialLink::OnComm() {

@@ -23,6 +23,8 @@ class SerialLink {
   /// Lets `timedOut` become True after that many ticks of a minute.
   void startTimeOut(std::int16_t ticks);
   bool timedOut() const { return mTimedOut; }
+  /// Ends the wait, or forgets that it has ended.
+  void stopTimeOut();
 
  private:
   void OnComm();

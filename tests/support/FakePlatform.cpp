@@ -137,6 +137,11 @@ void FakeSerialPort::Output(std::span<const std::uint8_t> bytes) {
 
 Bytes FakeSerialPort::Input() { return std::exchange(mReceived, {}); }
 
+void FakeSerialPort::DTREnable(bool enable) {
+  mTranscript.add(enable ? "dtr on" : "dtr off");
+  setup.DTREnable = enable;
+}
+
 void FakeSerialPort::requireOpen() const {
   if (!mOpen) throw RunTimeError(ErrorNumber::portNotOpen);
 }
@@ -266,7 +271,11 @@ MsgBox::Answer FakeMsgBox::show(const std::u16string& prompt, Buttons buttons,
                                 const std::u16string& title) {
   mTranscript.add("box " + toUtf8(title) + ": " + toUtf8(prompt) +
                   (buttons == Buttons::ok ? " [OK]" : " [Yes] [No]"));
-  return buttons == Buttons::ok ? Answer::ok : Answer::no;
+  if (buttons == Buttons::ok) return Answer::ok;
+  if (answers.empty()) return Answer::no;
+  const Answer answer = answers.front();
+  answers.pop_front();
+  return answer;
 }
 
 std::unique_ptr<SerialPort> FakePlatform::makeSerialPort() {

@@ -122,7 +122,7 @@ class FakeSerialPort : public SerialPort {
   Bytes Input() override;
   bool CDHolding() override { return carrier; }
   bool DTREnable() const override { return setup.DTREnable; }
-  void DTREnable(bool enable) override { setup.DTREnable = enable; }
+  void DTREnable(bool enable) override;
   std::int16_t CommEvent() const override { return mCommEvent; }
   void onComm(std::function<void()> handler) override { mHandler = std::move(handler); }
 
@@ -229,6 +229,7 @@ class FakeTimer : public Timer {
 class FakeMsgBox : public MsgBox {
  public:
   explicit FakeMsgBox(Transcript& transcript) : mTranscript(transcript) {}
+  std::deque<Answer> answers;  ///< to the next yes/no questions; No when there are no more
   Answer show(const std::u16string& prompt, Buttons buttons, const std::u16string& title) override;
 
  private:
@@ -244,19 +245,17 @@ class FakePlatform : public Platform {
   FakeSerialPort* port = nullptr;      ///< the one port that was made
   FakeSocketArray* sockets = nullptr;  ///< the one array that was made
   std::vector<std::string> notes;
+  FakeMsgBox box{transcript};
 
   std::unique_ptr<SerialPort> makeSerialPort() override;
   std::unique_ptr<SocketArray> makeSocketArray() override;
   std::unique_ptr<Timer> makeTimer() override { return std::make_unique<FakeTimer>(time); }
   Clock& clock() override { return time; }
   MessagePump& messagePump() override { return time; }
-  MsgBox& msgBox() override { return mMsgBox; }
+  MsgBox& msgBox() override { return box; }
   void mapCommPort(std::int16_t, const std::string&) override {}
   std::unique_ptr<SerialLineEnd> makeSerialLineEnd(const std::string&) override { return nullptr; }
   void note(std::string_view text) override { notes.emplace_back(text); }
-
- private:
-  FakeMsgBox mMsgBox{transcript};
 };
 
 }  // namespace cronvel::test

@@ -37,7 +37,8 @@ struct DeviceLinks {
   bool waitForTerminal() const {
     network.WinSockListen(0);
     const Socket& socket = network.sockets().at(0);
-    while (socket.State() == sckConnecting || socket.State() == sckListening) platform.messagePump().waitEvents();
+    while (socket.State() == sckConnecting || socket.State() == sckListening)
+      platform.messagePump().waitEvents();
     if (socket.State() == sckConnected) return true;
     platform.note("no terminal connected in");
     network.WinSockClose(0);

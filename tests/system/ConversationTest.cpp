@@ -2,72 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <nlohmann/json.hpp>
-#include <sstream>
-
-#include "control/Cronvel.h"
-#include "platform/TracingPlatform.h"
-#include "runtime/Text.h"
-#include "tests/support/SimulatedTerminal.h"
+#include "tests/support/SystemTest.h"
 
 namespace cronvel::test {
 namespace {
 
-/// Pauses hardly at all: for conversations on the network, where nothing hangs on the pauses.
-class HastyPlatform : public TracingPlatform {
- public:
-  explicit HastyPlatform(Platform& inner) : TracingPlatform(inner, {}), mClock(inner.clock()) {}
-  Clock& clock() override { return mClock; }
-
- private:
-  struct HastyClock : Clock {
-    explicit HastyClock(Clock& inner) : mInner(inner) {}
-    double Timer() override { return mInner.Timer(); }
-    void sleep(std::int32_t) override { mInner.sleep(1); }
-    Clock& mInner;
-  };
-  HastyClock mClock;
-};
-
-class ConversationTest : public testing::Test {
- protected:
-  /// What the terminals reported of one kind of event.
-  std::vector<nlohmann::json> journal(const std::string& event) const {
-    std::vector<nlohmann::json> events;
-    std::istringstream lines(mFolder.read("journal"));
-    for (std::string line; std::getline(lines, line);) {
-      auto parsed = nlohmann::json::parse(line);
-      if (parsed["event"] == event) events.push_back(std::move(parsed));
-    }
-    return events;
-  }
-  std::string journalOption() const { return " --json " + mFolder.path("journal"); }
-  std::u16string file(const char* name) const { return toUtf16(mFolder.path(name)); }
-  std::string freePort() const {
-    const auto sockets = mPlatform->makeSocketArray();
-    sockets->at(0).LocalPort(0);
-    sockets->at(0).Listen();
-    return std::to_string(sockets->at(0).LocalPort());
-  }
-  void useLine(const SimulatedTerminal& terminal) {
-    mPlatform->mapCommPort(1, terminal.line());
-    mControl.CommPort(1);
-  }
-  /// Gives socket 0 of a control the host's port.
-  static void connectTo(Cronvel& control, const std::string& port) {
-    control.WinSockRemotePort(std::stoi(port));
-    control.SetWinSockUDPMode(0);
-  }
-
-  TestFolder mFolder;
-  std::unique_ptr<Platform> mPlatform = Platform::create();
-  HastyPlatform mHastyPlatform{*mPlatform};
-  Container mContainer;
-  __Cronvel mEvents;
-  Cronvel mControl{*mPlatform, mContainer, mEvents};
-  Cronvel mHasty{mHastyPlatform, mContainer, mEvents};
-};
+using ConversationTest = SystemTest;
 
 TEST_F(ConversationTest, OnASharedLineOnlyTheAddressCarriesTheMarkAndOnlyTheAddressedActs) {
   const SimulatedTerminal terminals("--serial --terminals 1,12,2" + journalOption());
@@ -107,12 +47,12 @@ struct Fault {
   bool accepted;
 };
 
-class ReplyFaults : public ConversationTest, public testing::WithParamInterface<Fault> {};
+class ReplyFaults : public SystemTest, public testing::WithParamInterface<Fault> {};
 
 TEST_P(ReplyFaults, OnBothTransports) {
   const SimulatedTerminal terminal("--serial --listen 0 " + std::string(GetParam().options));
   useLine(terminal);
-  connectTo(mControl, terminal.port());
+  connectTo(mControl, terminal);
   for (const auto* host : {u"", u"127.0.0.1"}) {
     EXPECT_EQ(mControl.SetKeyboard(host, 1), GetParam().accepted);
   }
@@ -128,32 +68,32 @@ INSTANTIATE_TEST_SUITE_P(All, ReplyFaults,
 
 TEST_F(ConversationTest, AHostThatHangsUpEndsTheWaitWithoutHarm) {
   const SimulatedTerminal dropping("--listen 0 --drop");
-  connectTo(mControl, dropping.port());
+  connectTo(mControl, dropping);
   EXPECT_FALSE(mControl.SetKeyboard(u"127.0.0.1", 1));
   const SimulatedTerminal answering("--listen 0");
-  connectTo(mControl, answering.port());
+  connectTo(mControl, answering);
   EXPECT_TRUE(mControl.SetKeyboard(u"127.0.0.1", 1));
 }
 
 TEST_F(ConversationTest, TwoHundredConnectionsInARow) {
   const SimulatedTerminal terminal("--listen 0 --delay 0");
-  connectTo(mHasty, terminal.port());
+  connectTo(mHasty, terminal);
   for (int i = 0; i < 200; ++i) ASSERT_TRUE(mHasty.SetKeyboard(u"127.0.0.1", 1)) << i;
 }
 
 TEST_F(ConversationTest, TwoHundredTerminalsInARowOnOnePort) {
-  const std::string port = freePort();
+  const std::string port = std::to_string(freePort());
   const std::string options = "--delay 0 --connect 127.0.0.1:" + port;
   const SimulatedTerminal one(options), two(options), three(options);
   for (int i = 0; i < 200; ++i) ASSERT_TRUE(mHasty.TestConnection(u"gate-" + toUtf16(port))) << i;
 }
 
 TEST_F(ConversationTest, ALongStreamOverTheNetworkIsWhole) {
-  const std::string port = freePort();
+  const std::string port = std::to_string(freePort());
   const SimulatedTerminal terminal("--listen 0 --connect 127.0.0.1:" + port +
                                    " --cards 300 --days 90 --network-speed 1000000" +
                                    journalOption());
-  connectTo(mControl, terminal.port());
+  connectTo(mControl, terminal);
   EXPECT_EQ(mControl.GetDataByDate(u"127.0.0.1", 1, 1, 26, 31, 12, 26, file("dates.Hex")), 0);
   mControl.WinSockLocalPort(std::stoi(port));
   mControl.SetWinSockTCPMode(0);

@@ -1,7 +1,6 @@
 #include "control/Cronvel.h"
 
-#include "protocol/CommandExchange.h"
-#include "protocol/DeviceSwitches.h"
+#include "protocol/DeviceProperties.h"
 #include "runtime/Conversion.h"
 #include "runtime/RunTimeError.h"
 
@@ -19,6 +18,13 @@ Cronvel::Cronvel(Platform& platform, Container& container, __Cronvel& events)
       mNetworkLink(platform, events),
       mLinks{platform, mLinkState, mSerialLink, mNetworkLink},
       mClockCommands(mLinks),
+      mReaderCommands(mLinks, [this](bool on) { setInRunMode(mReaderOn, on, "ReaderOn"); }),
+      mMonitoring(mLinks,
+                  [this](bool on) { setInRunMode(mLinkState.MonitoringON, on, "MonitoringON"); }),
+      mCardList(mLinks, events),
+      mModeCommands(mLinks),
+      mDeviceTables(mLinks),
+      mModemDialup(platform, mSerialLink, mLinkState),
       mRecordDownload(mLinks, [this](const std::u16string& mFileName, bool DoCheck) {
         return CheckIntegrity(mFileName, DoCheck);
       }) {}
@@ -111,17 +117,9 @@ void Cronvel::CommPort(std::int16_t New_CommPort) {
   mContainer.PropertyChanged("CommPort");
 }
 
-void Cronvel::ReaderOn(bool New_ReaderOn) {
-  if (!CommandExchange(mLinks, {}, {}).carrierPresent()) return;
-  setInRunMode(mReaderOn, New_ReaderOn, "ReaderOn");
-  sendReaderSwitch(mLinks, mReaderOn);
-}
+void Cronvel::ReaderOn(bool New_ReaderOn) { mReaderCommands.ReaderOn(New_ReaderOn); }
 
-void Cronvel::MonitoringON(bool New_MonitoringON) {
-  if (!CommandExchange(mLinks, {}, {}).carrierPresent()) return;
-  setInRunMode(mLinkState.MonitoringON, New_MonitoringON, "MonitoringON");
-  sendMonitoringSwitch(mLinks, mLinkState.MonitoringON);
-}
+void Cronvel::MonitoringON(bool New_MonitoringON) { mMonitoring.MonitoringON(New_MonitoringON); }
 
 void Cronvel::IdLen(std::uint8_t New_IdLen) {
   if (New_IdLen % 2 == 0) set(mRecordCounters.IdLen, New_IdLen, "IdLen");
@@ -224,6 +222,101 @@ bool Cronvel::TestConnection(const std::u16string& sRemoteHost) {
 bool Cronvel::SetKeyboard(const std::u16string& sRemoteHost, std::uint8_t mKey) {
   return mClockCommands.SetKeyboard(sRemoteHost, mKey);
 }
+
+bool Cronvel::SetReaderOnOff(const std::u16string& sRemoteHost, bool New_ReaderOn) {
+  return mReaderCommands.SetReaderOnOff(sRemoteHost, New_ReaderOn);
+}
+
+bool Cronvel::SetMainGroup(const std::u16string& sRemoteHost, std::uint8_t mG) {
+  return mReaderCommands.SetMainGroup(sRemoteHost, mG);
+}
+
+bool Cronvel::SetSubGroup(const std::u16string& sRemoteHost, std::uint8_t mG) {
+  return mReaderCommands.SetSubGroup(sRemoteHost, mG);
+}
+
+bool Cronvel::SetCode4(const std::u16string& sRemoteHost, const std::u16string& mCode) {
+  return mReaderCommands.SetCode4(sRemoteHost, mCode);
+}
+
+bool Cronvel::SetCode10(const std::u16string& sRemoteHost, const std::u16string& mCode) {
+  return mReaderCommands.SetCode10(sRemoteHost, mCode);
+}
+
+bool Cronvel::SendMsg(const std::u16string& sRemoteHost, const std::u16string& CardNum,
+                      const std::u16string& inMsg) {
+  return mReaderCommands.SendMsg(sRemoteHost, CardNum, inMsg);
+}
+
+bool Cronvel::SetMonitoringOnOff(const std::u16string& sRemoteHost, bool New_MonitoringON) {
+  return mMonitoring.SetMonitoringOnOff(sRemoteHost, New_MonitoringON);
+}
+
+bool Cronvel::SetMonitoringOnGroup(const std::u16string& sRemoteHost, bool New_MonitoringON) {
+  return mMonitoring.SetMonitoringOnGroup(sRemoteHost, New_MonitoringON);
+}
+
+bool Cronvel::SetMonitoringOffGroup(const std::u16string& sRemoteHost, bool New_MonitoringON) {
+  return mMonitoring.SetMonitoringOffGroup(sRemoteHost, New_MonitoringON);
+}
+
+bool Cronvel::StartMonitoringGroup() { return mMonitoring.StartMonitoringGroup(); }
+
+Variant Cronvel::GetDeviceProperties(const std::u16string& sRemoteHost) {
+  return getDeviceProperties(mLinks, sRemoteHost);
+}
+
+Variant Cronvel::SetAlarm(const HostArray<std::uint8_t>& mTiming) {
+  return mDeviceTables.SetAlarm(mTiming);
+}
+
+std::uint8_t Cronvel::AddCardSimple(const std::u16string& sRemoteHost,
+                                    const std::u16string& CardNum) {
+  return mCardList.AddCardSimple(sRemoteHost, CardNum);
+}
+
+std::uint8_t Cronvel::DeleteCardSimple(const std::u16string& sRemoteHost,
+                                       const std::u16string& CardNum) {
+  return mCardList.DeleteCardSimple(sRemoteHost, CardNum);
+}
+
+std::uint8_t Cronvel::DeleteCardAll(const std::u16string& sRemoteHost) {
+  return mCardList.DeleteCardAll(sRemoteHost);
+}
+
+std::uint8_t Cronvel::AddCardFile(const std::u16string& sRemoteHost,
+                                  const std::u16string& mFileName) {
+  return mCardList.AddCardFile(sRemoteHost, mFileName);
+}
+
+bool Cronvel::SetMode(const std::u16string& sRemoteHost, std::uint8_t mMode) {
+  return mModeCommands.SetMode(sRemoteHost, mMode);
+}
+
+bool Cronvel::SendModeStr(const std::u16string& sRemoteHost,
+                          const HostArray<std::u16string>& ModeStr) {
+  return mModeCommands.SendModeStr(sRemoteHost, ModeStr);
+}
+
+bool Cronvel::SendModeActive(const std::u16string& sRemoteHost, const HostArray<bool>& ModeActive) {
+  return mModeCommands.SendModeActive(sRemoteHost, ModeActive);
+}
+
+bool Cronvel::SetPersonAccessable(const std::u16string& sRemoteHost, bool Accessable) {
+  return mModeCommands.SetPersonAccessable(sRemoteHost, Accessable);
+}
+
+bool Cronvel::DefCards(const std::u16string& sRemoteHost, const HostArray<std::uint8_t>& mbyte) {
+  return mDeviceTables.DefCards(sRemoteHost, mbyte);
+}
+
+bool Cronvel::DefAlarms(const std::u16string& sRemoteHost, const HostArray<std::uint8_t>& mbyte) {
+  return mDeviceTables.DefAlarms(sRemoteHost, mbyte);
+}
+
+std::int16_t Cronvel::Dial() { return mModemDialup.Dial(); }
+
+bool Cronvel::Hangup() { return mModemDialup.Hangup(); }
 
 std::int16_t Cronvel::GetData(const std::u16string& sRemoteHost, const std::u16string& mFileName) {
   return mRecordDownload.GetData(sRemoteHost, mFileName);

@@ -7,14 +7,21 @@
 #include "link/CronvelEvents.h"
 #include "link/DeviceLinks.h"
 #include "link/LinkState.h"
+#include "link/ModemDialup.h"
 #include "link/NetworkLink.h"
 #include "link/SerialLink.h"
 #include "platform/Container.h"
 #include "platform/Platform.h"
 #include "platform/PropertyBag.h"
+#include "protocol/CardList.h"
 #include "protocol/ClockCommands.h"
+#include "protocol/DeviceTables.h"
+#include "protocol/ModeCommands.h"
+#include "protocol/Monitoring.h"
+#include "protocol/ReaderCommands.h"
 #include "records/RecordCheck.h"
 #include "records/RecordDownload.h"
+#include "runtime/HostArray.h"
 #include "runtime/Variant.h"
 
 namespace cronvel {
@@ -169,6 +176,91 @@ class Cronvel {
   /// Sets the keypad to a setting that the terminal knows by number. Connects.
   bool SetKeyboard(const std::u16string& sRemoteHost, std::uint8_t mKey);
 
+  // Reader, groups, codes, message. All connect on the network.
+
+  /// Switches the card reader and keeps the new value in `ReaderOn`, whether or not the terminal
+  /// answers. Waits 25 s on the network. `MonitoringON` keeps its value. 387 in design mode.
+  bool SetReaderOnOff(const std::u16string& sRemoteHost, bool New_ReaderOn);
+  /// The group of card holders that the terminal serves, 0 to 99; above that it returns False with
+  /// nothing sent and `MonitoringON` False.
+  bool SetMainGroup(const std::u16string& sRemoteHost, std::uint8_t mG);
+  bool SetSubGroup(const std::u16string& sRemoteHost, std::uint8_t mG);
+  /// The first 4 characters of the code; what is no digit counts as 0.
+  bool SetCode4(const std::u16string& sRemoteHost, const std::u16string& mCode);
+  /// The first 10 characters of the code: digits and "@"; other characters are sent as 0.
+  bool SetCode10(const std::u16string& sRemoteHost, const std::u16string& mCode);
+  /// A message of up to 31 characters for one card holder. `CardNum` is a number from 0 to 65535;
+  /// 6 outside of it, after the command has begun.
+  bool SendMsg(const std::u16string& sRemoteHost, const std::u16string& CardNum,
+               const std::u16string& inMsg);
+
+  // Monitoring. 387 in design mode. The new value is kept in `MonitoringON` before anything is
+  // sent.
+
+  /// Switches a terminal's live monitoring and waits for no reply. On the network it waits, without
+  /// a limit, for the terminal to connect in to socket 0's local port, and leaves the connection
+  /// open for the terminal's events while monitoring is on. False when nothing was sent.
+  bool SetMonitoringOnOff(const std::u16string& sRemoteHost, bool New_MonitoringON);
+  /// Adds a terminal to the monitored group: makes a socket for it that listens on the port after
+  /// "-" (10 s), and waits 5 s for the reply. The connection stays open if one came. With an empty
+  /// `sRemoteHost` it does nothing and returns False.
+  bool SetMonitoringOnGroup(const std::u16string& sRemoteHost, bool New_MonitoringON);
+  /// Serves every connected socket of the group, one after another, and destroys it. True when all
+  /// were served, whatever they answered. With an empty `sRemoteHost` it does nothing and returns
+  /// False.
+  bool SetMonitoringOffGroup(const std::u16string& sRemoteHost, bool New_MonitoringON);
+  /// Connects the highest socket to `WinSockRemoteHost` and sends a zero byte. Always True.
+  bool StartMonitoringGroup();
+
+  /// The terminal's properties block: 101 bytes, zeros after what was received within 5 s of
+  /// silence; empty without a carrier or a connection; 9 if the terminal sends more. Listens.
+  /// `MonitoringON` keeps its value.
+  Variant GetDeviceProperties(const std::u16string& sRemoteHost);
+
+  /// Loads the alarm timetable over the serial line: 24 entries of two time fields (0 to 99) and a
+  /// byte that goes out as it is. Waits for no reply; always empty. 9 for fewer than 72 elements
+  /// and 6 for a field of 160 or more, when their turn comes.
+  Variant SetAlarm(const HostArray<std::uint8_t>& mTiming);
+
+  // Card list. All connect on the network. The result is the first byte of the terminal's reply,
+  // 255 when none came within 5 s, 0 without a carrier. `MonitoringON` keeps its value.
+
+  /// A card number from 0 to 9999; 6 when it is negative or 16000 or more.
+  std::uint8_t AddCardSimple(const std::u16string& sRemoteHost, const std::u16string& CardNum);
+  std::uint8_t DeleteCardSimple(const std::u16string& sRemoteHost, const std::u16string& CardNum);
+  std::uint8_t DeleteCardAll(const std::u16string& sRemoteHost);
+  /// Loads a list from a text file of numbers of up to 4 characters, separated by commas or line
+  /// ends; other fields are passed over. Reports its progress by the two events. File errors come
+  /// after the command has begun.
+  std::uint8_t AddCardFile(const std::u16string& sRemoteHost, const std::u16string& mFileName);
+
+  // Modes and access. All connect on the network. The arrays have elements 0 to 7, one for each
+  // mode; 9 for a missing one when its turn comes.
+
+  /// Chooses the current mode. `MonitoringON` keeps its value.
+  bool SetMode(const std::u16string& sRemoteHost, std::uint8_t mMode);
+  /// The names of the modes, up to 16 characters each. `MonitoringON` keeps its value.
+  bool SendModeStr(const std::u16string& sRemoteHost, const HostArray<std::u16string>& ModeStr);
+  /// Which modes can be chosen. `MonitoringON` keeps its value.
+  bool SendModeActive(const std::u16string& sRemoteHost, const HostArray<bool>& ModeActive);
+  bool SetPersonAccessable(const std::u16string& sRemoteHost, bool Accessable);
+
+  // Tables, packed two decimal digits to a byte. Both connect on the network. 9 for a missing
+  // element and 6 for one of 160 or more, when its turn comes.
+
+  /// 6 bytes.
+  bool DefCards(const std::u16string& sRemoteHost, const HostArray<std::uint8_t>& mbyte);
+  /// 210 bytes; takes more than 10 s.
+  bool DefAlarms(const std::u16string& sRemoteHost, const HostArray<std::uint8_t>& mbyte);
+
+  // Modem. Each shows its outcome in a message box.
+
+  /// Dials `TelNum` and waits up to 120 s for the carrier: 0 connected, 2 busy and not retried, 3
+  /// no carrier, 4 invalid number, -1 none of these. Sets `DialupConnection` when connected.
+  std::int16_t Dial();
+  /// Ends the call and closes the port; False when it was closed already.
+  bool Hangup();
+
   // Attendance records. A download writes what the terminal streams into `mFileName`, block by
   // block as it comes, until 5 s pass in silence, then runs `CheckIntegrity` on the file of the
   // same folder and base name with the extension ".Hex": give `mFileName` that extension. An older
@@ -214,6 +306,12 @@ class Cronvel {
   NetworkLink mNetworkLink;
   DeviceLinks mLinks;
   ClockCommands mClockCommands;
+  ReaderCommands mReaderCommands;
+  Monitoring mMonitoring;
+  CardList mCardList;
+  ModeCommands mModeCommands;
+  DeviceTables mDeviceTables;
+  ModemDialup mModemDialup;
   RecordDownload mRecordDownload;
 };
 

@@ -31,6 +31,19 @@ struct DeviceLinks {
     }
     return false;
   }
+
+  /// Listens with socket 0, on the port that it has, until a terminal connects in; without a limit.
+  /// False, with the socket closed, when it stopped listening otherwise.
+  bool waitForTerminal() const {
+    network.WinSockListen(0);
+    const Socket& socket = network.sockets().at(0);
+    while (socket.State() == sckConnecting || socket.State() == sckListening)
+      platform.messagePump().waitEvents();
+    if (socket.State() == sckConnected) return true;
+    platform.note("no terminal connected in");
+    network.WinSockClose(0);
+    return false;
+  }
 };
 
 }  // namespace cronvel

@@ -7,16 +7,6 @@
 namespace cronvel {
 namespace {
 
-// The terminal's command codes.
-enum Code : int {
-  setTime = 10,
-  setDate = 11,
-  setKeyboard = 16,
-  testConnection = 18,
-  resetMem = 27,
-  setDayLight = 29,
-};
-
 constexpr int noPause = 0;
 
 /// Two characters of a text, from position `start`, as the two digits of a byte. A character that
@@ -31,11 +21,9 @@ int bcdByteOfText(const std::u16string& text, std::size_t start) {
 }  // namespace
 
 bool ClockCommands::SetTime(const std::u16string& sRemoteHost, const Variant& mTime) {
-  CommandExchange exchange(mLinks, sRemoteHost, {.network = NetworkVariant::listen});
+  CommandExchange exchange(mLinks, sRemoteHost, {.code = 10, .network = NetworkVariant::listen});
   return exchange
       .run([&](CommandExchange& body) {
-        body.send(2);
-        body.send(setTime);
         const int seconds = secondsOfDay(mTime);
         body.send(bcdByte(seconds % 60));
         body.send(bcdByte(seconds / 60 % 60));
@@ -46,11 +34,9 @@ bool ClockCommands::SetTime(const std::u16string& sRemoteHost, const Variant& mT
 
 bool ClockCommands::SetDate(const std::u16string& sRemoteHost, const std::u16string& mdate,
                             std::uint8_t mDay) {
-  CommandExchange exchange(mLinks, sRemoteHost, {});
+  CommandExchange exchange(mLinks, sRemoteHost, {.code = 11});
   return exchange
       .run([&](CommandExchange& body) {
-        body.send(2);
-        body.send(setDate);
         body.send(mDay);
         body.send(bcdByteOfText(mdate, 6));  // year
         body.send(bcdByteOfText(mdate, 3));  // month
@@ -61,50 +47,32 @@ bool ClockCommands::SetDate(const std::u16string& sRemoteHost, const std::u16str
 
 bool ClockCommands::SetDayLight(const std::u16string& sRemoteHost, std::uint8_t d1, std::uint8_t m1,
                                 std::uint8_t d2, std::uint8_t m2) {
-  CommandExchange exchange(mLinks, sRemoteHost, {.monitoring = MonitoringEnd::off});
+  CommandExchange exchange(mLinks, sRemoteHost, {.code = 29, .monitoring = MonitoringEnd::off});
   return exchange
       .run([&](CommandExchange& body) {
-        body.send(2);
-        body.send(setDayLight);
         for (const std::uint8_t field : {d1, m1, d2, m2}) body.send(bcdByte(field));
       })
       .accepted();
 }
 
 bool ClockCommands::ResetMem(const std::u16string& sRemoteHost) {
-  CommandExchange exchange(mLinks, sRemoteHost, {});
-  return exchange
-      .run([](CommandExchange& body) {
-        body.send(2);
-        body.send(resetMem);
-        body.send('T', noPause);
-      })
-      .accepted();
+  CommandExchange exchange(mLinks, sRemoteHost, {.code = 27});
+  return exchange.run([](CommandExchange& body) { body.send('T', noPause); }).accepted();
 }
 
 bool ClockCommands::TestConnection(const std::u16string& sRemoteHost) {
   CommandExchange exchange(mLinks, sRemoteHost,
-                           {.network = NetworkVariant::listen,
+                           {.code = 18,
+                            .network = NetworkVariant::listen,
                             .bodySettings = "600,n,8,1",
                             .discardOutput = true,
                             .monitoring = MonitoringEnd::restored});
-  return exchange
-      .run([](CommandExchange& body) {
-        body.send(2);
-        body.send(testConnection);
-      })
-      .accepted();
+  return exchange.run([](CommandExchange&) {}).accepted();
 }
 
 bool ClockCommands::SetKeyboard(const std::u16string& sRemoteHost, std::uint8_t mKey) {
-  CommandExchange exchange(mLinks, sRemoteHost, {});
-  return exchange
-      .run([&](CommandExchange& body) {
-        body.send(2);
-        body.send(setKeyboard);
-        body.send(mKey, noPause);
-      })
-      .accepted();
+  CommandExchange exchange(mLinks, sRemoteHost, {.code = 16});
+  return exchange.run([&](CommandExchange& body) { body.send(mKey, noPause); }).accepted();
 }
 
 }  // namespace cronvel

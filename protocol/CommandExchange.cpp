@@ -3,12 +3,15 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
+#include "protocol/ConvertModule.h"
 #include "runtime/PackedBcd.h"
 
 namespace cronvel {
 namespace {
 
+constexpr int bodyStart = 2;
 constexpr std::uint8_t successReply = 24;
 
 constexpr char16_t noCarrierText[] = u"ارتباط برقرار نيست. ابتدا شماره گيري كنيد.";
@@ -29,16 +32,23 @@ bool Outcome::accepted() const {
 
 CommandExchange::CommandExchange(const DeviceLinks& links, const std::u16string& sRemoteHost,
                                  const CommandForm& form)
-    : mLinks(links), mForm(form), mLine(DeviceLine::choose(mLinks, sRemoteHost)) {}
+    : CommandExchange(links, DeviceLine::choose(links, sRemoteHost), form) {}
 
-Outcome CommandExchange::run(const Body& body) {
+CommandExchange::CommandExchange(const DeviceLinks& links, std::unique_ptr<DeviceLine> line,
+                                 const CommandForm& form)
+    : mLinks(links), mForm(form), mLine(std::move(line)) {}
+
+Outcome CommandExchange::run(const Payload& payload) {
   if (!carrierPresent()) return {Outcome::Kind::noCarrier, {}};
   connect();
   holdMonitoring();
+  return converse(payload);
+}
+
+Outcome CommandExchange::converse(const Payload& payload) {
   if (!prepareLink()) return {Outcome::Kind::notConnected, {}};
-  sendAddress();
-  beginBody();
-  body(*this);
+  sendRequest();
+  payload(*this);
   endBody();
   std::optional<Bytes> reply = awaitReply();
   release(reply.has_value());
@@ -70,25 +80,47 @@ bool CommandExchange::prepareLink() {
   return true;
 }
 
-void CommandExchange::sendAddress() { send(packedBcd(mLinks.state.DeviceNum)); }
+void CommandExchange::sendRequest() {
+  send(packedBcd(mLinks.state.DeviceNum));
+  mLine->settings(mForm.bodySettings);
+  send(bodyStart);
+  send(mForm.code);
+}
 
 void CommandExchange::send(int value, int pause) {
   mLine->send(value);
   if (pause > 0) mLinks.Sleep(pause);
 }
 
+void CommandExchange::sendText(std::u16string_view text, std::size_t length) {
+  Bytes codes = convertText(text);
+  codes.resize(length, ' ');
+  for (const std::uint8_t code : codes) send(code);
+}
+
+void CommandExchange::sendSwitch(bool on) {
+  prepareLink();
+  sendSwitchBytes(on);
+}
+
+void CommandExchange::sendSwitchBytes(bool on) {
+  sendRequest();
+  send(on ? 'T' : 'F', 0);
+}
+
 std::optional<Bytes> CommandExchange::awaitReply() {
   mLine->expectReply();
   std::optional<Bytes> reply;
-  mLinks.waitFor(mForm.wait, [&] { return (reply = mLine->takeReply()).has_value(); });
-  noteReply(reply);
+  const double wait = mLine->isSerial() ? mForm.serialWait : mForm.networkWait;
+  mLinks.waitFor(wait, [&] { return (reply = mLine->takeReply()).has_value(); });
+  noteReply(reply, wait);
   return reply;
 }
 
-void CommandExchange::noteReply(const std::optional<Bytes>& reply) const {
+void CommandExchange::noteReply(const std::optional<Bytes>& reply, double wait) const {
   const std::string terminal = "terminal " + std::to_string(mLinks.state.DeviceNum);
   if (!reply || reply->empty()) {
-    mLinks.platform.note("no reply within " + std::to_string(std::lround(mForm.wait)) +
+    mLinks.platform.note("no reply within " + std::to_string(std::lround(wait)) +
                          " s: nothing came from " + terminal);
   } else if (reply->front() == successReply) {
     mLinks.platform.note("reply 24 (18 hex): " + terminal + " has done it");

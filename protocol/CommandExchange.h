@@ -19,13 +19,15 @@ enum class MonitoringEnd {
   off,                  ///< False whenever something was sent; the command does not hold it before
 };
 
-/// What one command does differently from the others.
+/// What one command does differently from the others: its row in a table of them.
 struct CommandForm {
+  int code = 0;  ///< the terminal's number for the command; the body is 2, the code, the payload
   NetworkVariant network = NetworkVariant::connect;
   std::string_view bodySettings = "600,s,8,1";
   bool discardOutput = false;  ///< the link preparation empties the output buffer too
   MonitoringEnd monitoring = MonitoringEnd::offAfterSerialReply;
-  double wait = 5;  ///< seconds that it waits for a reply
+  double serialWait = 5;   ///< seconds that it waits for a reply on the serial line
+  double networkWait = 5;  ///< the same on the network
 };
 
 /// How an exchange went.
@@ -44,16 +46,23 @@ struct Outcome {
 /// everything as the steps before it set it.
 class CommandExchange {
  public:
-  /// Sends a command's bytes. It runs when their turn has come, so that a byte that cannot be made
+  /// Sends a command's payload. It runs when its turn has come, so that a byte that cannot be made
   /// raises its error after the ones before it went out.
-  using Body = std::function<void(CommandExchange&)>;
+  using Payload = std::function<void(CommandExchange&)>;
 
   /// `links` must outlive the exchange.
   CommandExchange(const DeviceLinks& links, const std::u16string& sRemoteHost,
                   const CommandForm& form);
+  /// Always on the serial line.
+  CommandExchange(const DeviceLinks& links, const CommandForm& form)
+      : CommandExchange(links, std::u16string(), form) {}
+  CommandExchange(const DeviceLinks& links, std::unique_ptr<DeviceLine> line,
+                  const CommandForm& form);
 
   /// The whole sequence.
-  Outcome run(const Body& body);
+  Outcome run(const Payload& payload);
+  /// The sequence from the link preparation on.
+  Outcome converse(const Payload& payload);
 
   /// False, after a message, when the control is set to a modem that has no carrier. Asked on the
   /// network too.
@@ -64,12 +73,17 @@ class CommandExchange {
   void holdMonitoring();
   /// False when no terminal connected in; the exchange is released then.
   bool prepareLink();
-  void sendAddress();
-  /// Between the address and the body.
-  void beginBody() { mLine->settings(mForm.bodySettings); }
+  /// The address and the start of the body, up to the code.
+  void sendRequest();
   /// Sends a byte and pauses: the terminals need 50 ms for each.
   void send(int value) { send(value, 50); }
   void send(int value, int pause);
+  /// Sends a text in display codes, cut or filled up with blanks to that many bytes.
+  void sendText(std::u16string_view text, std::size_t length);
+  /// All of a switch command, which waits for no reply: link preparation and bytes.
+  void sendSwitch(bool on);
+  /// Only its bytes: the request and "T" or "F".
+  void sendSwitchBytes(bool on);
   /// What came during the body is an echo or noise.
   void endBody() { mLine->discardInput(); }
   std::optional<Bytes> awaitReply();
@@ -81,7 +95,7 @@ class CommandExchange {
   DeviceLine& line() { return *mLine; }
 
  private:
-  void noteReply(const std::optional<Bytes>& reply) const;
+  void noteReply(const std::optional<Bytes>& reply, double wait) const;
 
   const DeviceLinks& mLinks;
   CommandForm mForm;

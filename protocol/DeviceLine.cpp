@@ -58,19 +58,18 @@ class SerialDeviceLine : public DeviceLine {
 
 class NetworkDeviceLine : public DeviceLine {
  public:
-  NetworkDeviceLine(const DeviceLinks& links, const std::u16string& sRemoteHost)
-      : mLinks(links), mNetwork(links.network), mRemoteHost(sRemoteHost) {}
+  NetworkDeviceLine(const DeviceLinks& links, std::int16_t index, const std::u16string& sRemoteHost)
+      : mLinks(links), mNetwork(links.network), mIndex(index), mRemoteHost(sRemoteHost) {}
 
   void connect(NetworkVariant variant) override {
     mNetwork.directRead(false);  // an earlier command that an error ended may have left it on
-    if (variant == NetworkVariant::connect)
-      mNetwork.WinSockConnectToHost(commandSocket, mRemoteHost);
+    if (variant == NetworkVariant::connect) mNetwork.WinSockConnectToHost(mIndex, mRemoteHost);
   }
 
   bool prepare(NetworkVariant variant) override {
     if (variant == NetworkVariant::connect) return true;
-    mNetwork.SetWinSockLocalPort(commandSocket, listenPort());
-    mNetwork.WinSockListen(commandSocket);
+    mNetwork.SetWinSockLocalPort(mIndex, listenPort());
+    mNetwork.WinSockListen(mIndex);
     mLinks.waitFor(connectLimit, [this] { return isConnected(); });
     return isConnected();
   }
@@ -79,15 +78,15 @@ class NetworkDeviceLine : public DeviceLine {
   void discardInput() override {}
   void settings(std::string_view /*settings*/) override {}
 
-  void send(int value) override { mNetwork.WinSockSendDataByte(commandSocket, toByte(value)); }
+  void send(int value) override { mNetwork.WinSockSendDataByte(mIndex, toByte(value)); }
 
   void expectReply() override { mNetwork.forgetArrival(); }
   std::optional<Bytes> takeReply() override { return mNetwork.takeArrival(); }
-  void close() override { mNetwork.WinSockClose(commandSocket); }
+  void close() override { mNetwork.WinSockClose(mIndex); }
   bool isSerial() const override { return false; }
 
  private:
-  bool isConnected() { return mNetwork.sockets().at(commandSocket).State() == sckConnected; }
+  bool isConnected() { return mNetwork.sockets().at(mIndex).State() == sckConnected; }
 
   /// The number after the first "-", or the whole text.
   std::int32_t listenPort() const {
@@ -98,6 +97,7 @@ class NetworkDeviceLine : public DeviceLine {
 
   const DeviceLinks& mLinks;
   NetworkLink& mNetwork;
+  std::int16_t mIndex;
   std::u16string mRemoteHost;
 };
 
@@ -106,7 +106,12 @@ class NetworkDeviceLine : public DeviceLine {
 std::unique_ptr<DeviceLine> DeviceLine::choose(const DeviceLinks& links,
                                                const std::u16string& sRemoteHost) {
   if (sRemoteHost.empty()) return std::make_unique<SerialDeviceLine>(links);
-  return std::make_unique<NetworkDeviceLine>(links, sRemoteHost);
+  return onSocket(links, commandSocket, sRemoteHost);
+}
+
+std::unique_ptr<DeviceLine> DeviceLine::onSocket(const DeviceLinks& links, std::int16_t index,
+                                                 const std::u16string& sRemoteHost) {
+  return std::make_unique<NetworkDeviceLine>(links, index, sRemoteHost);
 }
 
 }  // namespace cronvel

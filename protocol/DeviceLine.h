@@ -22,6 +22,9 @@ class DeviceLine {
  public:
   static std::unique_ptr<DeviceLine> choose(const DeviceLinks& links,
                                             const std::u16string& sRemoteHost);
+  /// The network, on a socket of its own.
+  static std::unique_ptr<DeviceLine> onSocket(const DeviceLinks& links, std::int16_t index,
+                                              const std::u16string& sRemoteHost);
   virtual ~DeviceLine() = default;
 
   /// What comes before the monitoring hold: the connect variant connects here.

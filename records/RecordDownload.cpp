@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "protocol/BlockStream.h"
 #include "protocol/CommandExchange.h"
 #include "runtime/File.h"
 #include "runtime/PackedBcd.h"
@@ -13,13 +14,6 @@
 namespace cronvel {
 namespace {
 
-// The terminal's command codes.
-constexpr int getData = 15;
-constexpr int getDataByDate = 25;
-constexpr int getDataBuff = 28;
-
-constexpr std::int16_t downloadSocket = 0;
-constexpr double silenceLimit = 5;
 constexpr std::int16_t checkPassed = -1;
 
 /// The terminal's code for a streaming speed; 0 for a speed that it has no code for. (Most are
@@ -36,58 +30,6 @@ int speedCode(const std::u16string& BPS) {
     if (speed == BPS) return code;
   return 0;
 }
-
-/// Where the blocks of a stream come from.
-class BlockSource {
- public:
-  virtual ~BlockSource() = default;
-  virtual std::optional<Bytes> take() = 0;
-  /// While a block is being written, the next one has to stay where it is.
-  virtual void writing(bool /*busy*/) {}
-};
-
-class LineBlocks : public BlockSource {
- public:
-  explicit LineBlocks(DeviceLine& line) : mLine(line) {}
-  std::optional<Bytes> take() override { return mLine.takeReply(); }
-
- private:
-  DeviceLine& mLine;
-};
-
-/// Reads the socket itself, from now to its end.
-class SocketBlocks : public BlockSource {
- public:
-  explicit SocketBlocks(NetworkLink& network) : mNetwork(network) { mNetwork.directRead(true); }
-  ~SocketBlocks() override { mNetwork.directRead(false); }
-  SocketBlocks(const SocketBlocks&) = delete;
-  SocketBlocks& operator=(const SocketBlocks&) = delete;
-
-  std::optional<Bytes> take() override {
-    Socket& socket = mNetwork.sockets().at(downloadSocket);
-    if (socket.BytesReceived() < 1) return std::nullopt;
-    return socket.GetData();
-  }
-
- private:
-  NetworkLink& mNetwork;
-};
-
-/// Takes what the socket's data-arrival handler hands over, so the host sees it as an event too.
-class ArrivedBlocks : public LineBlocks {
- public:
-  ArrivedBlocks(DeviceLine& line, NetworkLink& network) : LineBlocks(line), mNetwork(network) {
-    line.expectReply();
-  }
-  ~ArrivedBlocks() override { mNetwork.directRead(false); }
-  ArrivedBlocks(const ArrivedBlocks&) = delete;
-  ArrivedBlocks& operator=(const ArrivedBlocks&) = delete;
-
-  void writing(bool busy) override { mNetwork.directRead(busy); }
-
- private:
-  NetworkLink& mNetwork;
-};
 
 /// What one of the three downloads asks for.
 struct Request {
@@ -108,8 +50,9 @@ class Download {
       : mLinks(links),
         mRawFile(rawFile),
         mRequest(request),
-        mExchange(links, sRemoteHost,
-                  {.discardOutput = true, .monitoring = MonitoringEnd::restored}) {}
+        mExchange(
+            links, sRemoteHost,
+            {.code = request.code, .discardOutput = true, .monitoring = MonitoringEnd::restored}) {}
 
   /// What the check said; nothing when nothing was asked for want of a carrier or a connection.
   std::optional<std::int16_t> run(const RecordDownload::Check& check) {
@@ -117,7 +60,7 @@ class Download {
     mExchange.holdMonitoring();
     const std::u16string checkName = openFile();
     mExchange.prepareLink();
-    const std::unique_ptr<BlockSource> source = sendRequest();
+    const std::unique_ptr<BlockStream> source = sendRequest();
     line().settings(toUtf8(mRequest.speed) + ",s,8,1");
     receive(*source);
     const std::int16_t result = check(checkName, mRequest.DoCheck);
@@ -131,19 +74,7 @@ class Download {
       mExchange.connect();
       return true;
     }
-    return waitForTerminal();
-  }
-
-  /// Listens, without a limit, on the port that the socket already has.
-  bool waitForTerminal() {
-    mLinks.network.WinSockListen(downloadSocket);
-    const auto state = [this] { return mLinks.network.sockets().at(downloadSocket).State(); };
-    while (state() == sckConnecting || state() == sckListening)
-      mLinks.platform.messagePump().waitEvents();
-    if (state() == sckConnected) return true;
-    mLinks.platform.note("no terminal connected in");
-    mLinks.network.WinSockClose(downloadSocket);
-    return false;
+    return mLinks.waitForTerminal();
   }
 
   /// Whatever can fail about the files fails here, before the terminal is asked. Returns the name
@@ -155,13 +86,10 @@ class Download {
     return checkName;
   }
 
-  std::unique_ptr<BlockSource> sendRequest() {
-    mExchange.sendAddress();
-    mExchange.beginBody();
-    mExchange.send(2);
-    mExchange.send(mRequest.code);
+  std::unique_ptr<BlockStream> sendRequest() {
+    mExchange.sendRequest();
     for (const std::uint8_t date : mRequest.dates) mExchange.send(bcdByte(date));
-    std::unique_ptr<BlockSource> source = makeSource();
+    std::unique_ptr<BlockStream> source = makeSource();
     if (mRequest.namesSpeed) {
       mExchange.endBody();
       mExchange.send(line().isSerial() ? speedCode(mRequest.speed) : mRequest.networkSpeedCode);
@@ -170,33 +98,24 @@ class Download {
     return source;
   }
 
-  std::unique_ptr<BlockSource> makeSource() {
-    if (line().isSerial()) return std::make_unique<LineBlocks>(line());
-    if (mRequest.terminalConnects) return std::make_unique<SocketBlocks>(mLinks.network);
-    return std::make_unique<ArrivedBlocks>(line(), mLinks.network);
+  std::unique_ptr<BlockStream> makeSource() {
+    if (line().isSerial()) return BlockStream::ofLine(line());
+    if (mRequest.terminalConnects) return BlockStream::ofSocket(mLinks.network);
+    return BlockStream::ofArrivals(line(), mLinks.network);
   }
 
-  void receive(BlockSource& source) {
+  void receive(BlockStream& source) {
     std::size_t total = 0;
-    while (const auto block = nextBlock(source)) {
-      source.writing(true);
+    while (const auto block = nextBlock(mLinks, source)) {
+      source.busy(true);
       write(*block);
-      source.writing(false);
+      source.busy(false);
       total += block->size();
     }
     mFile->close();
     mLinks.platform.note(total == 0 ? "nothing came within 5 s after the request"
                                     : "5 s of silence: the stream has ended after " +
                                           std::to_string(total) + " bytes");
-  }
-
-  /// Nothing once the limit has passed in silence. The look after the limit is for bytes that came
-  /// while a handler of the host kept the loop waiting.
-  std::optional<Bytes> nextBlock(BlockSource& source) {
-    std::optional<Bytes> block;
-    const auto take = [&] { return (block = source.take()).has_value(); };
-    if (!mLinks.waitFor(silenceLimit, take)) take();
-    return block;
   }
 
   /// The whole block is the operating system's before anything else runs; then the host gets a turn
@@ -224,7 +143,7 @@ RecordDownload::RecordDownload(const DeviceLinks& links, Check check)
 
 std::int16_t RecordDownload::GetData(const std::u16string& sRemoteHost,
                                      const std::u16string& mFileName) {
-  const Request request{.code = getData,
+  const Request request{.code = 15,
                         .dates = {},
                         .networkSpeedCode = 253,
                         .speed = mLinks.state.BPS,
@@ -235,7 +154,7 @@ std::int16_t RecordDownload::GetData(const std::u16string& sRemoteHost,
 }
 
 Variant RecordDownload::GetDataBuff(const std::u16string& mFileName) {
-  const Request request{.code = getDataBuff, .dates = {}, .namesSpeed = false, .speed = u"4800"};
+  const Request request{.code = 28, .dates = {}, .namesSpeed = false, .speed = u"4800"};
   const auto check = Download(mLinks, {}, mFileName, request).run(mCheck);
   return check ? Variant(resultOf(*check)) : Variant();
 }
@@ -244,7 +163,7 @@ std::int16_t RecordDownload::GetDataByDate(const std::u16string& sRemoteHost, st
                                            std::uint8_t m1, std::uint8_t y1, std::uint8_t d2,
                                            std::uint8_t m2, std::uint8_t y2,
                                            const std::u16string& mFileName) {
-  const Request request{.code = getDataByDate,
+  const Request request{.code = 25,
                         .dates = {d1, m1, y1, d2, m2, y2},
                         .networkSpeedCode = 254,
                         .speed = mLinks.state.BPS};

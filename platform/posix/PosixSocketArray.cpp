@@ -4,7 +4,7 @@
 namespace cronvel {
 namespace {
 
-class PosixSocketArray : public SocketArray {
+class PosixSocketArray final : public SocketArray {
  public:
   explicit PosixSocketArray(Network& network) : mNetwork(network) { load(0); }
 

@@ -1,0 +1,137 @@
+#include "protocol/ConvertModule.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "runtime/CodePage1256.h"
+#include "runtime/Text.h"
+
+namespace cronvel {
+namespace {
+
+TEST(CodePage1256, EveryByteThereAndBack) {
+  std::set<char16_t> characters;
+  for (int byte = 0; byte < 256; ++byte) {
+    const char16_t character = fromCodePage1256(static_cast<std::uint8_t>(byte));
+    characters.insert(character);
+    EXPECT_EQ(toCodePage1256(character), byte);
+  }
+  EXPECT_EQ(characters.size(), 256U);
+  EXPECT_EQ(toCodePage1256(u"A~\u20ACپچژگکء\u200C\u200Fé؟ے"),
+            (Bytes{65, 126, 128, 129, 141, 142, 144, 152, 193, 157, 254, 233, 191, 255}));
+  EXPECT_EQ(toCodePage1256(u"\u06CC\u0660\u4E2D\U0001F600\u0080"),
+            (Bytes{'?', '?', '?', '?', '?', '?'}));
+}
+
+struct Case {
+  const char16_t* text;
+  Bytes glyphs;
+};
+
+void expectGlyphs(const std::vector<Case>& cases) {
+  for (const Case& each : cases)
+    EXPECT_EQ(convertText(each.text), each.glyphs) << toUtf8(each.text);
+}
+
+TEST(ConvertModule, LettersTakeTheFormThatTheirNeighboursAskFor) {
+  expectGlyphs({{u"", {}},
+                // isolated, initial, final, medial
+                {u"ع", {225}},
+                {u"عب", {146, 228}},
+                {u"بع", {226, 147}},
+                {u"بعب", {146, 227, 147}},
+                {u"غ", {229}},
+                {u"غب", {146, 232}},
+                {u"بغ", {230, 147}},
+                {u"بغب", {146, 231, 147}},
+                {u"ه", {249}},
+                {u"هب", {146, 251}},
+                {u"به", {249, 147}},
+                {u"بهب", {146, 250, 147}},
+                {u"ي", {253}},
+                {u"يب", {146, 254}},
+                {u"بي", {252, 147}},
+                {u"بىب", {146, 254, 147}},
+                {u"ل", {241}},
+                {u"لب", {146, 243}},
+                {u"بل", {241, 147}},
+                {u"بلب", {146, 243, 147}},
+                {u"ا", {144}},
+                {u"با", {145, 147}},
+                {u"اا", {144, 144}},
+                // A blank parts, a digit and other characters end the joining but not the word.
+                {u"ب ع", {225, 32, 146}},
+                {u"بء", {193, 147}},
+                {u"ع!ع", {225, 33, 228}},
+                {u"ع1", {129, 228}}});
+}
+
+TEST(ConvertModule, EveryTwoFormLetter) {
+  const std::u16string letters = u"بپتثجچحخسشصضفقكگمن";
+  const Bytes glyphs = {146, 148, 150, 152, 154, 156, 158, 160, 167,
+                        169, 171, 173, 233, 235, 237, 239, 244, 246};
+  ASSERT_EQ(letters.size(), glyphs.size());
+  for (std::size_t i = 0; i < letters.size(); ++i) {
+    const std::uint8_t base = glyphs[i];
+    const auto goingOn = static_cast<std::uint8_t>(base + 1);
+    const std::u16string letter(1, letters[i]);
+    EXPECT_EQ(convertText(letter + letter + letter), (Bytes{base, goingOn, goingOn}));
+    EXPECT_EQ(convertText(letter + u" ع"), (Bytes{225, 32, base}));
+    EXPECT_EQ(convertText(letter + u"ع"), (Bytes{226, goingOn}));
+  }
+}
+
+TEST(ConvertModule, NothingJoinsToALetterOfOneForm) {
+  const std::vector<std::pair<char16_t, std::uint8_t>> singleForms = {
+      {u'ئ', 142}, {u'ـ', 139}, {u'آ', 141}, {u'د', 162}, {u'ذ', 163}, {u'ر', 164},
+      {u'ز', 165}, {u'ژ', 166}, {u'ط', 175}, {u'ظ', 224}, {u'و', 248}};
+  for (const auto& [letter, glyph] : singleForms) {
+    EXPECT_EQ(convertText(std::u16string{u'ب', letter, u'ع'}), (Bytes{225, glyph, 147}));
+    EXPECT_EQ(convertText(std::u16string{letter, u'غ', u'ا'}), (Bytes{145, 232, glyph}));
+    EXPECT_EQ(convertText(std::u16string{letter, u'ا'}), (Bytes{144, glyph}));
+  }
+}
+
+TEST(ConvertModule, Words) {
+  expectGlyphs({{u"در", {164, 162}},
+                {u"شنبه", {249, 147, 247, 170}},
+                {u"عباس", {167, 145, 147, 228}},
+                {u"Reader", {'r', 'e', 'd', 'a', 'e', 'R'}},
+                {u"در Café", {0xE9, 'f', 'a', 'C', 32, 164, 162}},
+                {u"中ب", {146, '?'}}});
+}
+
+TEST(ConvertModule, LamAlefKeepsTheFirstTwoGlyphs) {
+  expectGlyphs({{u"لا", {242, 243}},
+                {u"سلام", {244, 242, 243, 168}},     // the lam's own glyph stays
+                {u"سالاد", {162, 242, 145, 168}},    // it goes, as it should
+                {u"استعلام", {244, 242, 168, 144}},  // two letters go with it
+                {u"اطلاعات", {150, 145, 228, 242, 175, 144}},
+                {u"لالا", {242, 242, 243}},
+                {u"1 لا", {242, 243, 129}},
+                {u"12لا", {242, 129, 130}},  // the lam was lost to the digits
+                {u"لآ", {141, 243}}});
+}
+
+TEST(ConvertModule, DigitsKeepTheirOrderAndCostTheNextCharacter) {
+  expectGlyphs({{u"12", {129, 130}},
+                {u"0123456789", {128, 129, 130, 131, 132, 133, 134, 135, 136, 137}},
+                {u"12a", {129, 130}},
+                {u"12ab", {'b', 129, 130}},
+                {u"د12ر34", {129, 130, 131, 132, 129, 130, 162}},
+                {u"ساعت 12 باز", {165, 145, 147, 129, 130, 32, 150, 228, 145, 168}},
+                {u"8:30", {136, 131, 128, 136}}});
+}
+
+TEST(ConvertModule, TextOfTodaysKeyboards) {
+  expectGlyphs({{u"\u06A9لاس", {167, 242, 243, 238}},
+                {u"علی", {252, 243, 228}},
+                {u"می\u200Cرود", {162, 248, 164, 32, 252, 245}},
+                {u"ب۱۲", {129, 130, 147}},
+                {u"ب٠٩", {128, 137, 147}},
+                {u"۰۹", {128, 137}}});
+}
+
+}  // namespace
+}  // namespace cronvel

@@ -8,12 +8,8 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "link/DeviceLinks.h"
-#include "link/ModemDialup.h"
+#include "control/Cronvel.h"
 #include "platform/TracingPlatform.h"
-#include "protocol/ClockCommands.h"
-#include "records/RecordCheck.h"
-#include "records/RecordDownload.h"
 #include "runtime/Text.h"
 #include "tests/support/SimulatedTerminal.h"
 
@@ -45,8 +41,8 @@ class ModemTest : public testing::Test {
  protected:
   ModemTest() {
     setenv("CRONVEL_TEST_MODEM_LINES", mFolder.path("lines").c_str(), 1);
-    mState.TelNum = u"02155501";
-    mState.BPS = u"4800";
+    mControl.TelNum(u"02155501");
+    mControl.BPS(u"4800");
   }
   ~ModemTest() override { unsetenv("CRONVEL_TEST_MODEM_LINES"); }
 
@@ -73,75 +69,66 @@ class ModemTest : public testing::Test {
   TestFolder mFolder;
   std::unique_ptr<Platform> mPlatform = Platform::create();
   BoxingPlatform mBoxing{*mPlatform};
+  Container mContainer;
   __Cronvel mEvents;
-  LinkState mState;
-  SerialLink mSerial{mBoxing, mState, mEvents};
-  NetworkLink mNetwork{mBoxing, mEvents};
-  DeviceLinks mLinks{mBoxing, mState, mSerial, mNetwork};
-  RecordCounters mCounters;
-  ClockCommands mClock{mLinks};
-  RecordDownload mDownload{mLinks, [this](const std::u16string& name, bool DoCheck) {
-                             return checkRecordFile(name, DoCheck, mCounters) ? std::int16_t{-1}
-                                                                              : std::int16_t{0};
-                           }};
-  ModemDialup mModem{mBoxing, mSerial, mState};
+  Cronvel mControl{mBoxing, mContainer, mEvents};
 };
 
 TEST_F(ModemTest, ACallFromEndToEnd) {
   const SimulatedTerminal terminal(options("--terminals 1,2 --cards 5 --days 7"));
   use(terminal);
-  ASSERT_EQ(mModem.Dial(), 0);
+  ASSERT_EQ(mControl.Dial(), 0);
   EXPECT_EQ(journal("dial").at(0)["number"], "02155501");
-  mState.DeviceNum = 2;
-  EXPECT_TRUE(mClock.TestConnection(u""));
-  EXPECT_TRUE(mClock.SetKeyboard(u"", 5));
-  EXPECT_EQ(mDownload.GetData(u"", toUtf16(mFolder.path("all.Hex"))), 0);
-  EXPECT_GT(mCounters.NumOfRecs, 0);
-  EXPECT_EQ(mDownload.GetDataBuff(toUtf16(mFolder.path("again.Hex"))), Variant(std::int16_t{0}));
+  mControl.DeviceNum(2);
+  EXPECT_TRUE(mControl.TestConnection(u""));
+  EXPECT_TRUE(mControl.SetKeyboard(u"", 5));
+  EXPECT_EQ(mControl.GetData(u"", toUtf16(mFolder.path("all.Hex"))), 0);
+  EXPECT_GT(mControl.NumOfRecs(), 0);
+  EXPECT_EQ(mControl.GetDataBuff(toUtf16(mFolder.path("again.Hex"))), Variant(std::int16_t{0}));
   EXPECT_EQ(mFolder.read("again.Hex"), mFolder.read("all.Hex"));
   EXPECT_EQ(journal("state").back()["keypad"], 5);
   EXPECT_EQ(std::count_if(mBoxing.trace.begin(), mBoxing.trace.end(),
                           [](const std::string& l) { return l.find("settings") != l.npos; }),
             1);  // the dialling's own
 
-  EXPECT_TRUE(mModem.Hangup());
+  EXPECT_TRUE(mControl.Hangup());
   EXPECT_TRUE(waitUntil([&] { return journal("dtr-fell").size() == 1; }));
   EXPECT_TRUE(waitUntil([&] { return journal("hang-up").size() == 1; }));
   EXPECT_EQ(mFolder.read("lines").at(0), 0);
-  EXPECT_FALSE(mModem.Hangup());
+  EXPECT_FALSE(mControl.Hangup());
   EXPECT_EQ(boxes(), (std::vector{mConnected, mConnected}));
 
-  ASSERT_EQ(mModem.Dial(), 0);
-  EXPECT_TRUE(mClock.TestConnection(u""));
-  EXPECT_TRUE(mModem.Hangup());
+  ASSERT_EQ(mControl.Dial(), 0);
+  EXPECT_TRUE(mControl.TestConnection(u""));
+  EXPECT_TRUE(mControl.Hangup());
 }
 
 TEST_F(ModemTest, WithoutTheCarrierACommandSaysSoAndTouchesNothing) {
   const SimulatedTerminal terminal(options("--carrier-loss 1"));
   use(terminal);
-  ASSERT_EQ(mModem.Dial(), 0);
-  ASSERT_TRUE(waitUntil([&] { return !mSerial.port().CDHolding(); }));
+  ASSERT_EQ(mControl.Dial(), 0);
+  ASSERT_TRUE(waitUntil([&] { return journal("hang-up").size() == 1; }));
   boxes();
   const std::size_t bytes = journal("byte").size();
-  EXPECT_FALSE(mClock.TestConnection(u""));
-  EXPECT_EQ(mDownload.GetDataBuff(toUtf16(mFolder.path("none.Hex"))), Variant());
+  EXPECT_FALSE(mControl.TestConnection(u""));
+  EXPECT_EQ(mControl.GetDataBuff(toUtf16(mFolder.path("none.Hex"))), Variant());
   EXPECT_EQ(boxes(), (std::vector{mNoCall, mNoCall}));
   EXPECT_EQ(journal("byte").size(), bytes);
   EXPECT_FALSE(mFolder.has("none.Hex"));
-  EXPECT_TRUE(mModem.Hangup());  // the port is still open
+  EXPECT_TRUE(mControl.Hangup());  // the port is still open
 }
 
 TEST_F(ModemTest, ABusyLineIsDialledAgainOrGivenUp) {
   const SimulatedTerminal terminal(options("--modem-pieces --modem-answer busy,busy,busy,connect"));
   use(terminal);
-  EXPECT_EQ(mModem.Dial(), 2);
-  EXPECT_FALSE(mSerial.port().PortOpen());
+  EXPECT_EQ(mControl.Dial(), 2);
+  EXPECT_FALSE(mControl.Hangup());  // the port is closed
   EXPECT_EQ(boxes(), std::vector{mBusy});
   mBoxing.yes = {true, true};
-  EXPECT_EQ(mModem.Dial(), 0);
+  EXPECT_EQ(mControl.Dial(), 0);
   EXPECT_EQ(boxes(), (std::vector{mBusy, mBusy, mConnected}));
   EXPECT_EQ(journal("dial").size(), 4U);
-  EXPECT_TRUE(mClock.TestConnection(u""));
+  EXPECT_TRUE(mControl.TestConnection(u""));
 }
 
 }  // namespace

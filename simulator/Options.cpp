@@ -23,6 +23,7 @@ struct Raw {
   std::string connect;
   std::string start;
   std::string trailer;
+  std::vector<std::string> modemAnswers{"connect"};
   std::vector<int> reply;
   std::vector<int> noise;
 };
@@ -53,6 +54,42 @@ void addLinks(CLI::App& app, Options& options, Raw& raw) {
       ->type_name("BYTES_PER_SECOND")
       ->check(CLI::Range(1.0, 1e9))
       ->capture_default_str()
+      ->group(group);
+}
+
+void addModem(CLI::App& app, Options& options, Raw& raw) {
+  const char* group = "Modem";
+  ModemOptions& modem = options.modem;
+  auto* const link =
+      app.add_option("--modem", options.modemLinkName,
+                     "a serial line with a telephone modem, behind which the terminals are")
+          ->expected(0, 1)
+          ->type_name("[LINKNAME]")
+          ->group(group);
+  app.add_option("--modem-answer", raw.modemAnswers,
+                 "what becomes of a call; several: of one call after another")
+      ->type_name("KIND,...")
+      ->delimiter(',')
+      ->check(CLI::IsMember({"connect", "busy", "no-carrier", "silent"}))
+      ->needs(link)
+      ->group(group);
+  app.add_option("--modem-delay", modem.delay, "milliseconds from the number to what becomes of it")
+      ->type_name("MS")
+      ->check(CLI::Range(0, 3'600'000))
+      ->capture_default_str()
+      ->needs(link)
+      ->group(group);
+  app.add_flag("--modem-pieces", modem.pieces, "BUSY comes in pieces")->needs(link)->group(group);
+  app.add_option("--carrier-loss", modem.carrierLoss, "every call breaks off after this time")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.0, 1e6))
+      ->needs(link)
+      ->group(group);
+  app.add_option("--modem-lines", modem.linesFile,
+                 "keep carrier detect and data terminal ready in this file (see README.md): a "
+                 "line made here has no modem lines")
+      ->type_name("FILE")
+      ->needs(link)
       ->group(group);
 }
 
@@ -182,6 +219,13 @@ Faults::Trailer trailerFault(const std::string& text) {
   return text == "count" ? Faults::Trailer::count : Faults::Trailer::right;
 }
 
+ModemOptions::Answer modemAnswer(const std::string& text) {
+  using Answer = ModemOptions::Answer;
+  if (text == "busy") return Answer::busy;
+  if (text == "no-carrier") return Answer::noCarrier;
+  return text == "silent" ? Answer::silent : Answer::connect;
+}
+
 void refuseDoubles(const std::vector<int>& terminals) {
   if (std::set<int>(terminals.begin(), terminals.end()).size() != terminals.size()) {
     throw CLI::ValidationError("--terminals", "each number can be given only once");
@@ -190,6 +234,9 @@ void refuseDoubles(const std::vector<int>& terminals) {
 
 void finish(const CLI::App& app, const Raw& raw, Options& options) {
   options.serial = app.count("--serial") > 0;
+  options.hasModem = app.count("--modem") > 0;
+  options.modem.answers.clear();
+  for (const auto& text : raw.modemAnswers) options.modem.answers.push_back(modemAnswer(text));
   if (!raw.connect.empty()) readConnect(raw.connect, options);
   if (!raw.start.empty()) readStart(raw.start, options);
   refuseDoubles(options.terminals);
@@ -197,8 +244,9 @@ void finish(const CLI::App& app, const Raw& raw, Options& options) {
   options.faults.reply = toBytes(raw.reply);
   options.faults.noise = toBytes(raw.noise);
   options.faults.seed = options.workplace.seed;
-  if (!options.serial && !options.listenPort && options.connectHost.empty()) {
-    throw CLI::ValidationError("links", "choose --serial, --listen PORT or --connect HOST:PORT");
+  if (!options.serial && !options.hasModem && !options.listenPort && options.connectHost.empty()) {
+    throw CLI::ValidationError("links",
+                               "choose --serial, --modem, --listen PORT or --connect HOST:PORT");
   }
 }
 
@@ -209,6 +257,7 @@ std::optional<Options> parseOptions(int argc, char** argv, int& status) {
   Raw raw;
   CLI::App app(description, "cronvel-terminal");
   addLinks(app, options, raw);
+  addModem(app, options, raw);
   addRecords(app, options, raw);
   addFaults(app, options, raw);
   addOutput(app, options);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "simulator/Faults.h"
+#include "simulator/Modem.h"
 #include "simulator/Workplace.h"
 
 namespace cronvel::simulator {
@@ -14,6 +15,9 @@ struct Options {
   std::vector<int> terminals{1};
   bool serial = false;
   std::string linkName;
+  bool hasModem = false;
+  std::string modemLinkName;
+  ModemOptions modem;
   std::optional<int> listenPort;
   std::string connectHost;
   int connectPort = 0;  ///< of the first terminal

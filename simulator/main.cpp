@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "platform/Platform.h"
+#include "simulator/Modem.h"
 #include "simulator/NetworkPort.h"
 #include "simulator/Options.h"
 #include "simulator/SerialBus.h"
@@ -57,6 +58,7 @@ class Simulation {
     addSinks();
     makeTerminals();
     openSerial();
+    openModem();
     openListener();
     openConnections();
     showTerminals();
@@ -104,6 +106,15 @@ class Simulation {
     mBus = std::make_unique<SerialBus>(std::move(line), mAll, mScheduler, mJournal);
   }
 
+  void openModem() {
+    if (!mOptions.hasModem) return;
+    auto line = mPlatform.makeSerialLineEnd(mOptions.modemLinkName);
+    const std::string path = mOptions.modemLinkName.empty() ? line->path() : mOptions.modemLinkName;
+    mModem = std::make_unique<Modem>(std::move(line), mAll, mScheduler, mJournal, mOptions.modem);
+    mOut << "modem line: " << path << std::endl;
+    mJournal.record("modem-line", std::nullopt, {{"path", path}});
+  }
+
   NetworkPort& addPort(std::vector<Terminal*> terminals) {
     mPorts.push_back(std::make_unique<NetworkPort>(mPlatform.makeSocketArray(),
                                                    std::move(terminals), mScheduler, mJournal,
@@ -142,6 +153,7 @@ class Simulation {
   std::vector<std::unique_ptr<Terminal>> mTerminals;
   std::vector<Terminal*> mAll;
   std::unique_ptr<SerialBus> mBus;
+  std::unique_ptr<Modem> mModem;
   std::vector<std::unique_ptr<NetworkPort>> mPorts;
   Scheduler::Task mTimeUp;
   Scheduler::Task mOnce;

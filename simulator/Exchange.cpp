@@ -15,6 +15,9 @@ constexpr std::uint8_t goodReply = 24;
 constexpr std::uint8_t refusal = 21;
 constexpr double bitsPerByte = 11;  // start, eight, parity, stop
 constexpr double blockMs = 20;
+/// A command of no fixed length is complete when no byte has come for so long.
+constexpr double gapMs = 400;
+constexpr double busyMs = 50;
 constexpr double atOnce = std::numeric_limits<double>::infinity();
 
 std::string settingsText(const LineSettings& settings) {
@@ -72,7 +75,9 @@ void Exchange::receive(std::uint8_t byte, const LineSettings& settings) {
   // With odd or even parity the ninth bit is a different one from byte to byte.
   const bool ninthBitMeansNothing =
       settings.parity == Parity::odd || settings.parity == Parity::even;
-  if (settings.speed != commandSpeed || ninthBitMeansNothing) {
+  const bool expectedSpeed =
+      settings.speed == commandSpeed || (mPhase == Phase::body && settings.speed == mBodySpeed);
+  if (!expectedSpeed || ninthBitMeansNothing) {
     const std::string why = hex(byte) + " came at " + settingsText(settings) + ": not understood";
     mJournal.record("ignored", std::nullopt, {{"value", byte}, {"reason", why}},
                     mSpeedReported ? "" : why);
@@ -80,7 +85,7 @@ void Exchange::receive(std::uint8_t byte, const LineSettings& settings) {
     return;
   }
   mSpeedReported = false;
-  if (settings.parity == Parity::mark) return address(byte);
+  if (settings.parity == Parity::mark && settings.speed == commandSpeed) return address(byte);
   if (mPhase != Phase::body) {
     mJournal.record("ignored", std::nullopt, {{"value", byte}, {"reason", "nobody is addressed"}});
     return;
@@ -102,6 +107,8 @@ void Exchange::address(std::uint8_t byte) {
   mTerminal = found == mTerminals.end() ? nullptr : *found;
   mBody.clear();
   mBodyParities.clear();
+  mBodySpeed = commandSpeed;
+  mGap.cancel();
   const bool serial = mWire.settings().has_value();
   mPhase = mTerminal || !serial ? Phase::body : Phase::idle;
   Json fields{{"value", byte}};
@@ -119,7 +126,11 @@ void Exchange::body(std::uint8_t byte) {
   if (mBody.size() < 2) return;
   const auto shape = Terminal::shape(mBody[1]);
   if (!shape) return misunderstood("unknown command code " + std::to_string(mBody[1]));
-  if (mBody.size() == 2 + shape->payload) complete();
+  mBodySpeed = shape->payloadSpeed;
+  const Payload payload = std::span(mBody).subspan(2);
+  const bool ended = shape->ended != nullptr && shape->ended(payload);
+  if (payload.size() == shape->payload || ended) return complete();
+  if (shape->endsInGap) mGap = mScheduler.after(gapMs, [this] { complete(); });
 }
 
 void Exchange::misunderstood(const std::string& why) {
@@ -131,6 +142,7 @@ void Exchange::misunderstood(const std::string& why) {
 
 void Exchange::complete() {
   mPhase = Phase::idle;
+  mGap.cancel();
   if (!mTerminal) return;
   mOutcome = mTerminal->execute(mBody[1], std::span(mBody).subspan(2));
   Json fields{{"code", mBody[1]}, {"text", mOutcome.text}, {"body", mBody}};
@@ -141,7 +153,37 @@ void Exchange::complete() {
                      joined(mBodyParities) + ")";
   }
   mJournal.record("command", mTerminal->number(), std::move(fields));
+  watchMonitoring();
   scheduleAnswer();
+}
+
+/// Starts or ends the addressed terminal's live events on this wire.
+void Exchange::watchMonitoring() {
+  Terminal* const terminal = mTerminal;
+  if (!terminal->monitored()) {
+    mEvents.erase(terminal);
+  } else if (!mEvents.contains(terminal) && terminal->eventInterval() > 0) {
+    mEvents[terminal] =
+        mScheduler.after(terminal->eventInterval(), [this, terminal] { sendEvent(*terminal); });
+  }
+}
+
+/// Live events keep out of a conversation that is under way on the same wire.
+void Exchange::sendEvent(Terminal& terminal) {
+  const bool busy = mPhase == Phase::body || mAnswering;
+  if (!busy) {
+    const Bytes event = terminal.nextEvent();
+    mJournal.record("monitoring", terminal.number(),
+                    {{"number", terminal.eventsSent()}, {"bytes", event}},
+                    "event " + std::to_string(terminal.eventsSent()) + ":" + hexText(event));
+    mWire.send(event);
+  }
+  // Sending may have ended everything: a network peer that is gone shows only then.
+  const auto found = mEvents.find(&terminal);
+  if (found == mEvents.end()) return;
+  Terminal* const again = &terminal;
+  found->second = mScheduler.after(busy ? busyMs : terminal.eventInterval(),
+                                   [this, again] { sendEvent(*again); });
 }
 
 void Exchange::scheduleAnswer() {
@@ -151,12 +193,16 @@ void Exchange::scheduleAnswer() {
                     mOutcome.text + " -> ignored: " + mOutcome.problem);
     return;
   }
+  if (mOutcome.kind == Outcome::Kind::quiet) {
+    mJournal.record("quiet", number, Json::object(), mOutcome.text);
+    return showState();
+  }
   if (faults().silent) {
     mJournal.record("silent", number, Json::object(), mOutcome.text + " -> silent");
     return showState();
   }
   mAnswering = true;
-  mTask = mScheduler.after(faults().delay, [this] { answer(); });
+  mTask = mScheduler.after(std::max(faults().delay, mOutcome.minimumDelay), [this] { answer(); });
 }
 
 void Exchange::answer() {
@@ -171,9 +217,9 @@ void Exchange::answer() {
 }
 
 void Exchange::reply() {
-  const bool good = mOutcome.kind == Outcome::Kind::accepted;
+  const bool good = mOutcome.kind != Outcome::Kind::refused;
   Bytes bytes = faults().noise;
-  Bytes answer = faults().reply;
+  Bytes answer = faults().reply.empty() ? mOutcome.answer : faults().reply;
   if (answer.empty()) answer.push_back(good ? goodReply : refusal);
   bytes.insert(bytes.end(), answer.begin(), answer.end());
   std::string text = mOutcome.text + " -> reply " + std::to_string(answer.front());
@@ -185,7 +231,9 @@ void Exchange::reply() {
 }
 
 void Exchange::showState() {
-  if (mOutcome.kind != Outcome::Kind::accepted) return;
+  const bool done =
+      mOutcome.kind == Outcome::Kind::accepted || mOutcome.kind == Outcome::Kind::quiet;
+  if (!done) return;
   mJournal.record("state", mTerminal->number(), mTerminal->stateFields(), mTerminal->stateText());
 }
 
@@ -288,6 +336,7 @@ void Exchange::streamEnded(bool complete, const std::string& why) {
 
 void Exchange::breakOff(const std::string& why) {
   mTask.cancel();
+  mGap.cancel();
   if (!mAnswering) return;
   mAnswering = false;
   if (mStreaming) return streamEnded(false, why);

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <map>
 #include <optional>
 #include <set>
 #include <span>
@@ -56,6 +57,8 @@ class Exchange {
   void body(std::uint8_t byte);
   void misunderstood(const std::string& why);
   void complete();
+  void watchMonitoring();
+  void sendEvent(Terminal& terminal);
   void scheduleAnswer();
   void answer();
   void reply();
@@ -77,12 +80,15 @@ class Exchange {
   double mNetworkSpeed;
 
   Phase mPhase = Phase::idle;
+  std::int32_t mBodySpeed = 600;  // baud that the next byte of the command comes at
   Terminal* mTerminal = nullptr;  // who is addressed
   Bytes mBody;
   std::set<LineSettings::Parity> mBodyParities;
   bool mSpeedReported = false;
 
-  Scheduler::Task mTask;  // the answer, or its next part
+  Scheduler::Task mGap;                          // the end of a command of no fixed length
+  Scheduler::Task mTask;                         // the answer, or its next part
+  std::map<Terminal*, Scheduler::Task> mEvents;  // the next live event of each monitored terminal
   bool mAnswering = false;
   bool mStreaming = false;
   Outcome mOutcome;

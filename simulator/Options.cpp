@@ -23,6 +23,7 @@ struct Raw {
   std::string connect;
   std::string start;
   std::string trailer;
+  std::vector<std::string> terminals;
   std::vector<std::string> modemAnswers{"connect"};
   std::vector<int> reply;
   std::vector<int> noise;
@@ -44,10 +45,18 @@ void addLinks(CLI::App& app, Options& options, Raw& raw) {
                  "connect to a PC, again and again; several terminals use PORT, PORT+1, ...")
       ->type_name("HOST:PORT")
       ->group(group);
-  app.add_option("--terminals", options.terminals, "numbers of the terminals on each link")
-      ->type_name("N,N,...")
+  app.add_option("--terminals", raw.terminals,
+                 "numbers of the terminals on each link, 0 to 159, with ranges: 1,5,10-12 [1]")
+      ->type_name("N,N-N,...")
       ->delimiter(',')
-      ->check(CLI::Range(0, 159))
+      ->group(group);
+  app.add_option("--event-rate", options.eventRate,
+                 "live events per second of each terminal that is monitored")
+      ->check(CLI::Range(0.0, 1000.0))
+      ->capture_default_str()
+      ->group(group);
+  app.add_option("--card-capacity", options.cardCapacity, "cards that a terminal's list can hold")
+      ->check(CLI::Range(0, 16000))
       ->capture_default_str()
       ->group(group);
   app.add_option("--network-speed", options.networkSpeed, "pace of streams on the network")
@@ -226,6 +235,19 @@ ModemOptions::Answer modemAnswer(const std::string& text) {
   return text == "silent" ? Answer::silent : Answer::connect;
 }
 
+/// "5" or "10-12".
+void readTerminals(const std::string& text, std::vector<int>& terminals) {
+  const std::size_t dash = text.find('-');
+  const std::string end = dash == std::string::npos ? text : text.substr(dash + 1);
+  int first = 0;
+  int last = 0;
+  const bool good = CLI::detail::lexical_cast(text.substr(0, dash), first) &&
+                    CLI::detail::lexical_cast(end, last) && first >= 0 && last <= 159;
+  if (!good || first > last)
+    throw CLI::ValidationError("--terminals", "needs numbers of 0 to 159 or ranges, not " + text);
+  for (int number = first; number <= last; ++number) terminals.push_back(number);
+}
+
 void refuseDoubles(const std::vector<int>& terminals) {
   if (std::set<int>(terminals.begin(), terminals.end()).size() != terminals.size()) {
     throw CLI::ValidationError("--terminals", "each number can be given only once");
@@ -234,6 +256,8 @@ void refuseDoubles(const std::vector<int>& terminals) {
 
 void finish(const CLI::App& app, const Raw& raw, Options& options) {
   options.serial = app.count("--serial") > 0;
+  if (!raw.terminals.empty()) options.terminals.clear();
+  for (const std::string& text : raw.terminals) readTerminals(text, options.terminals);
   options.hasModem = app.count("--modem") > 0;
   options.modem.answers.clear();
   for (const auto& text : raw.modemAnswers) options.modem.answers.push_back(modemAnswer(text));

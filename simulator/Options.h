@@ -22,6 +22,8 @@ struct Options {
   std::string connectHost;
   int connectPort = 0;  ///< of the first terminal
   double networkSpeed = 20'000;
+  double eventRate = 0.5;  ///< live events per second of a monitored terminal
+  std::size_t cardCapacity = 5000;
 
   Workplace workplace;
   std::size_t startPosition = 0;

@@ -11,8 +11,6 @@ namespace cronvel::simulator {
 
 namespace {
 
-using Payload = std::span<const std::uint8_t>;
-
 constexpr int secondsPerDay = 86'400;
 
 std::string timeText(int hours, int minutes, int seconds) {
@@ -25,22 +23,10 @@ std::string timeText(int secondOfDay) {
   return timeText(secondOfDay / 3600, secondOfDay / 60 % 60, secondOfDay % 60);
 }
 
-std::string hexText(Payload bytes) {
-  std::string text;
-  for (const std::uint8_t byte : bytes) text += ' ' + hex(byte);
-  return text;
-}
-
 std::string dayText(const Date& date) { return toText(date).substr(0, 5); }
 
 std::string rangeText(const std::optional<DateRange>& range) {
   return range ? dayText(range->first) + '-' + dayText(range->last) : "none";
-}
-
-Outcome accepted(std::string text) { return {Outcome::Kind::accepted, std::move(text), {}, {}, 0}; }
-
-Outcome refused(const std::string& name, Payload payload, std::string problem) {
-  return {Outcome::Kind::refused, name + hexText(payload), std::move(problem), {}, 0};
 }
 
 /// Baud rate of a speed code; 0 for a byte that is none.
@@ -88,22 +74,43 @@ std::optional<Date> dateFrom(Payload bytes) {
 
 struct Terminal::Command {
   std::uint8_t code;
-  const char* name;
-  std::size_t payload;
-  Outcome (Terminal::*act)(Payload);
+  Shape shape;
+  Outcome (*act)(Terminal&, Payload);
 };
 
 const Terminal::Command* Terminal::find(std::uint8_t code) {
+  using T = Terminal&;
+  using P = Payload;
   static const std::array commands{
-      Command{10, "SetTime", 3, &Terminal::setTime},
-      Command{11, "SetDate", 4, &Terminal::setDate},
-      Command{15, "GetData", 1, &Terminal::getData},
-      Command{16, "SetKeyboard", 1, &Terminal::setKeyboard},
-      Command{18, "TestConnection", 0, &Terminal::testConnection},
-      Command{25, "GetDataByDate", 7, &Terminal::getDataByDate},
-      Command{27, "ResetMem", 1, &Terminal::resetMem},
-      Command{28, "GetDataBuff", 0, &Terminal::getDataBuff},
-      Command{29, "SetDayLight", 4, &Terminal::setDayLight},
+      Command{10, {"SetTime", 3}, [](T t, P p) { return t.setTime(p); }},
+      Command{11, {"SetDate", 4}, [](T t, P p) { return t.setDate(p); }},
+      Command{12, {"SetCode10", 10, true}, [](T t, P p) { return t.mAdmission.setCode10(p); }},
+      Command{13, {"SetCode4", 4, true}, [](T t, P p) { return t.mAdmission.setCode4(p); }},
+      Command{15, {"GetData", 1}, [](T t, P p) { return t.getData(p); }},
+      Command{16, {"SetKeyboard", 1}, [](T t, P p) { return t.setKeyboard(p); }},
+      Command{17, {"SetReaderOnOff", 1}, [](T t, P p) { return t.mAdmission.setReader(p); }},
+      Command{18, {"TestConnection", 0}, [](T t, P p) { return t.testConnection(p); }},
+      Command{19, {"SetMainGroup", 1}, [](T t, P p) { return t.mAdmission.setMainGroup(p); }},
+      Command{20, {"SetSubGroup", 1}, [](T t, P p) { return t.mAdmission.setSubGroup(p); }},
+      Command{21, {"SendMsg", 35}, [](T t, P p) { return t.mAdmission.sendMessage(p); }},
+      Command{22, {"alarms", 210, true}, [](T t, P p) { return t.mAdmission.setAlarms(p); }},
+      Command{23, {"monitoring", 1}, [](T t, P p) { return t.switchMonitoring(p); }},
+      Command{24, {"GetDeviceProperties", 0}, [](T t, P p) { return t.properties(p); }},
+      Command{25, {"GetDataByDate", 7}, [](T t, P p) { return t.getDataByDate(p); }},
+      Command{26, {"DefCards", 6}, [](T t, P p) { return t.mAdmission.setCardTable(p); }},
+      Command{27, {"ResetMem", 1}, [](T t, P p) { return t.resetMem(p); }},
+      Command{28, {"GetDataBuff", 0}, [](T t, P p) { return t.getDataBuff(p); }},
+      Command{29, {"SetDayLight", 4}, [](T t, P p) { return t.setDayLight(p); }},
+      Command{30, {"SendModeActive", 8}, [](T t, P p) { return t.mAdmission.activateModes(p); }},
+      Command{31, {"SendModeStr", 129}, [](T t, P p) { return t.mAdmission.nameModes(p); }},
+      Command{32, {"SetMode", 1}, [](T t, P p) { return t.mAdmission.setMode(p); }},
+      Command{33, {"SetPersonAccessable", 1}, [](T t, P p) { return t.mAdmission.setAccess(p); }},
+      Command{40, {"DeleteCardAll", 1}, [](T t, P p) { return t.mCards.removeAll(p); }},
+      Command{41, {"DeleteCardSimple", 2}, [](T t, P p) { return t.mCards.remove(p); }},
+      Command{42, {"AddCardSimple", 2}, [](T t, P p) { return t.mCards.add(p); }},
+      Command{43,
+              {"AddCardFile", CardList::longestBlock, false, &CardList::blockEnded, 9600},
+              [](T t, P p) { return t.mCards.load(p); }},
   };
   for (const Command& command : commands) {
     if (command.code == code) return &command;
@@ -127,15 +134,16 @@ std::uint8_t Terminal::address() const { return toBcd(mNumber); }
 std::optional<Terminal::Shape> Terminal::shape(std::uint8_t code) {
   const Command* command = find(code);
   if (!command) return std::nullopt;
-  return Shape{command->name, command->payload};
+  return command->shape;
 }
 
 Outcome Terminal::execute(std::uint8_t code, Payload payload) {
   const Command* command = find(code);
-  if (!command || payload.size() != command->payload) {
-    return {Outcome::Kind::ignored, "command " + hex(code), "not a command", {}, 0};
+  if (!command) {
+    return {
+        .kind = Outcome::Kind::ignored, .text = "command " + hex(code), .problem = "not a command"};
   }
-  return (this->*command->act)(payload);
+  return command->act(*this, payload);
 }
 
 Outcome Terminal::setTime(Payload payload) {
@@ -181,15 +189,17 @@ Outcome Terminal::setDayLight(Payload payload) {
 }
 
 Outcome Terminal::getData(Payload payload) {
-  return {Outcome::Kind::stream,
-          "GetData" + speedText(payload[0]),
-          {},
-          mMemory.stream(),
-          speedOf(payload[0])};
+  return {.kind = Outcome::Kind::stream,
+          .text = "GetData" + speedText(payload[0]),
+          .stream = mMemory.stream(),
+          .speed = speedOf(payload[0])};
 }
 
 Outcome Terminal::getDataBuff(Payload) {
-  return {Outcome::Kind::stream, "GetDataBuff", {}, mMemory.stream(), 4800};
+  return {.kind = Outcome::Kind::stream,
+          .text = "GetDataBuff",
+          .stream = mMemory.stream(),
+          .speed = 4800};
 }
 
 Outcome Terminal::getDataByDate(Payload payload) {
@@ -197,13 +207,49 @@ Outcome Terminal::getDataByDate(Payload payload) {
   const auto last = dateFrom(payload.subspan(3, 3));
   // A reply byte would be taken for the first byte of the records.
   if (!first || !last) {
-    return {Outcome::Kind::ignored, "GetDataByDate" + hexText(payload), "no such dates", {}, 0};
+    return {.kind = Outcome::Kind::ignored,
+            .text = "GetDataByDate" + hexText(payload),
+            .problem = "no such dates"};
   }
-  return {Outcome::Kind::stream,
-          "GetDataByDate " + toText(*first) + '-' + toText(*last) + speedText(payload[6]),
-          {},
-          mMemory.stream(DateRange{*first, *last}),
-          speedOf(payload[6])};
+  return {.kind = Outcome::Kind::stream,
+          .text = "GetDataByDate " + toText(*first) + '-' + toText(*last) + speedText(payload[6]),
+          .stream = mMemory.stream(DateRange{*first, *last}),
+          .speed = speedOf(payload[6])};
+}
+
+Outcome Terminal::switchMonitoring(Payload payload) {
+  if (payload[0] != 'T' && payload[0] != 'F')
+    return refused("monitoring", payload, "neither \"T\" nor \"F\"");
+  mMonitored = payload[0] == 'T';
+  return accepted(std::string("monitoring ") + (mMonitored ? "on" : "off"));
+}
+
+/// Number, firmware 1.0, cards and records (two bytes each, high first), and a name.
+Outcome Terminal::properties(Payload) {
+  const auto highAndLow = [](std::size_t count) {
+    return std::array{static_cast<std::uint8_t>(count >> 8 & 0xFF),
+                      static_cast<std::uint8_t>(count & 0xFF)};
+  };
+  Bytes block{address(), 1, 0};
+  for (const std::size_t count : {mCards.size(), mMemory.size()})
+    for (const std::uint8_t byte : highAndLow(count)) block.push_back(byte);
+  for (const char c : std::string("simulated terminal"))
+    block.push_back(static_cast<std::uint8_t>(c));
+  return {.kind = Outcome::Kind::block, .text = "GetDeviceProperties", .answer = block};
+}
+
+Bytes Terminal::nextEvent() {
+  constexpr int people = 20;
+  const ClockReading now = clock();
+  ++mEvents;
+  return {0xED,
+          address(),
+          toBcd(10),
+          toBcd(mEvents % people),
+          toBcd(now.second / 3600),
+          toBcd(now.second / 60 % 60),
+          static_cast<std::uint8_t>(mEvents >> 8 & 0xFF),
+          static_cast<std::uint8_t>(mEvents & 0xFF)};
 }
 
 void Terminal::setClock(const Date& date, int secondOfDay) {
@@ -231,17 +277,23 @@ std::string Terminal::stateText() const {
   const ClockReading now = clock();
   return "shows " + timeText(now.second) + ' ' + toText(now.date) + " weekday " +
          std::to_string(weekday()) + ", keypad " + std::to_string(mKeyboard) + ", daylight " +
-         rangeText(mDaylight) + ", " + std::to_string(mMemory.size()) + " records";
+         rangeText(mDaylight) + ", " + std::to_string(mMemory.size()) + " records, " +
+         std::to_string(mCards.size()) + " cards, " + mAdmission.text() + ", monitoring " +
+         (mMonitored ? "on" : "off");
 }
 
 Json Terminal::stateFields() const {
   const ClockReading now = clock();
-  return {{"time", timeText(now.second)},
-          {"date", toText(now.date)},
-          {"weekday", weekday()},
-          {"keypad", mKeyboard},
-          {"daylight", rangeText(mDaylight)},
-          {"records", mMemory.size()}};
+  Json fields{{"time", timeText(now.second)},
+              {"date", toText(now.date)},
+              {"weekday", weekday()},
+              {"keypad", mKeyboard},
+              {"daylight", rangeText(mDaylight)},
+              {"records", mMemory.size()},
+              {"cards", mCards.size()},
+              {"monitoring", mMonitored}};
+  fields.update(mAdmission.fields());
+  return fields;
 }
 
 }  // namespace cronvel::simulator

@@ -6,29 +6,16 @@
 #include <span>
 #include <string>
 
+#include "simulator/Admission.h"
+#include "simulator/CardList.h"
 #include "simulator/Date.h"
 #include "simulator/Faults.h"
 #include "simulator/Journal.h"
+#include "simulator/Outcome.h"
 #include "simulator/RecordMemory.h"
 #include "simulator/Scheduler.h"
 
 namespace cronvel::simulator {
-
-/// What a terminal makes of a command.
-struct Outcome {
-  enum class Kind {
-    accepted,  ///< done; answered with the good reply byte
-    refused,   ///< understood, but its values cannot be; answered with another byte
-    stream,    ///< answered with `stream`
-    ignored,   ///< not answered at all
-  };
-
-  Kind kind = Kind::ignored;
-  std::string text;     ///< the command in words: "SetTime 23:59:07"
-  std::string problem;  ///< why it was refused or ignored
-  RecordStream stream;
-  int speed = 0;  ///< the baud rate that the stream is expected at; 0 when the code names none
-};
 
 /// One simulated terminal: its number, what it keeps, and what its commands do. How bytes reach it
 /// is an `Exchange`'s business.
@@ -43,15 +30,29 @@ class Terminal {
   const Faults& faults() const { return mFaults; }
   void faults(const Faults& faults) { mFaults = faults; }
 
-  /// A command's name and the number of bytes after its code; nothing for an unknown code.
+  /// A command's name and how its bytes after the code come; nothing for an unknown code.
   struct Shape {
     std::string name;
-    std::size_t payload = 0;
+    std::size_t payload = 0;           ///< bytes at most
+    bool endsInGap = false;            ///< also complete when no more come
+    bool (*ended)(Payload) = nullptr;  ///< also complete when this says so
+    std::int32_t payloadSpeed = 600;   ///< baud
   };
   static std::optional<Shape> shape(std::uint8_t code);
 
-  /// Carries out a command with a payload of the right length.
-  Outcome execute(std::uint8_t code, std::span<const std::uint8_t> payload);
+  /// Carries out a command with a payload that is complete.
+  Outcome execute(std::uint8_t code, Payload payload);
+
+  void cardCapacity(std::size_t cards) { mCards = CardList(cards); }
+
+  /// Live monitoring: whether it is on, and what the next event sends: 0xED, the terminal's number,
+  /// card (2 bytes), hour and minute in packed BCD, and a running number of two bytes from 1.
+  bool monitored() const { return mMonitored; }
+  /// Milliseconds between two events; 0: none.
+  double eventInterval() const { return mEventInterval; }
+  void eventInterval(double milliseconds) { mEventInterval = milliseconds; }
+  Bytes nextEvent();
+  int eventsSent() const { return mEvents; }
 
   void setClock(const Date& date, int secondOfDay);
 
@@ -68,15 +69,17 @@ class Terminal {
   };
   static const Command* find(std::uint8_t code);
 
-  Outcome setTime(std::span<const std::uint8_t> payload);
-  Outcome setDate(std::span<const std::uint8_t> payload);
-  Outcome getData(std::span<const std::uint8_t> payload);
-  Outcome setKeyboard(std::span<const std::uint8_t> payload);
-  Outcome testConnection(std::span<const std::uint8_t> payload);
-  Outcome getDataByDate(std::span<const std::uint8_t> payload);
-  Outcome resetMem(std::span<const std::uint8_t> payload);
-  Outcome getDataBuff(std::span<const std::uint8_t> payload);
-  Outcome setDayLight(std::span<const std::uint8_t> payload);
+  Outcome setTime(Payload payload);
+  Outcome setDate(Payload payload);
+  Outcome getData(Payload payload);
+  Outcome setKeyboard(Payload payload);
+  Outcome testConnection(Payload payload);
+  Outcome getDataByDate(Payload payload);
+  Outcome resetMem(Payload payload);
+  Outcome getDataBuff(Payload payload);
+  Outcome setDayLight(Payload payload);
+  Outcome switchMonitoring(Payload payload);
+  Outcome properties(Payload payload);
 
   ClockReading clock() const;
   int weekday() const;
@@ -92,6 +95,11 @@ class Terminal {
   int mWeekday = 0;         // as the host numbers it; 0 until the first date
   int mKeyboard = 0;
   std::optional<DateRange> mDaylight;
+  Admission mAdmission;
+  CardList mCards;
+  bool mMonitored = false;
+  int mEvents = 0;
+  double mEventInterval = 2000;
 };
 
 }  // namespace cronvel::simulator

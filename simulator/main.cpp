@@ -93,6 +93,8 @@ class Simulation {
       mTerminals.push_back(std::make_unique<Terminal>(
           number, makeMemory(mOptions, mTerminals.size()), mOptions.faults, mScheduler));
       mTerminals.back()->setClock(today, secondOfDay(now));
+      mTerminals.back()->cardCapacity(mOptions.cardCapacity);
+      mTerminals.back()->eventInterval(mOptions.eventRate > 0 ? 1000 / mOptions.eventRate : 0);
       mAll.push_back(mTerminals.back().get());
     }
   }

@@ -101,6 +101,7 @@ void Exchange::receive(std::uint8_t byte) {
 }
 
 void Exchange::address(std::uint8_t byte) {
+  if (mEndsInGap && mPhase == Phase::body) complete();
   breakOff("another address came");
   const auto found = std::find_if(mTerminals.begin(), mTerminals.end(),
                                   [&](const Terminal* one) { return one->address() == byte; });
@@ -108,6 +109,7 @@ void Exchange::address(std::uint8_t byte) {
   mBody.clear();
   mBodyParities.clear();
   mBodySpeed = commandSpeed;
+  mEndsInGap = false;
   mGap.cancel();
   const bool serial = mWire.settings().has_value();
   mPhase = mTerminal || !serial ? Phase::body : Phase::idle;
@@ -130,7 +132,8 @@ void Exchange::body(std::uint8_t byte) {
   const Payload payload = std::span(mBody).subspan(2);
   const bool ended = shape->ended != nullptr && shape->ended(payload);
   if (payload.size() == shape->payload || ended) return complete();
-  if (shape->endsInGap) mGap = mScheduler.after(gapMs, [this] { complete(); });
+  mEndsInGap = shape->endsInGap;
+  if (mEndsInGap) mGap = mScheduler.after(gapMs, [this] { complete(); });
 }
 
 void Exchange::misunderstood(const std::string& why) {

@@ -86,7 +86,8 @@ class Exchange {
   std::set<LineSettings::Parity> mBodyParities;
   bool mSpeedReported = false;
 
-  Scheduler::Task mGap;                          // the end of a command of no fixed length
+  bool mEndsInGap = false;  // the command has no fixed length: the next address ends it too
+  Scheduler::Task mGap;
   Scheduler::Task mTask;                         // the answer, or its next part
   std::map<Terminal*, Scheduler::Task> mEvents;  // the next live event of each monitored terminal
   bool mAnswering = false;

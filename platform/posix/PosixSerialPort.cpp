@@ -232,7 +232,9 @@ void PosixSerialPort::apply(const SerialSettings& settings) {
   if ((mSetup.Handshaking & 1) != 0) line.c_iflag |= IXON | IXOFF;
   if ((mSetup.Handshaking & 2) != 0) line.c_cflag |= tcflag_t{CRTSCTS};
   std::string missing;
-  if (tcsetattr(mFd.get(), TCSANOW, &line) != 0)
+  // EINVAL can mean that nothing changed: a pty that has these settings already has no parity bit
+  // to switch on. What the line took tells.
+  if (tcsetattr(mFd.get(), TCSANOW, &line) != 0 && errno != EINVAL)
     missing = std::string("these settings (") + std::strerror(errno) + ")";
   else if (tcgetattr(mFd.get(), &line) == 0)
     missing = settings.missingIn(line);

@@ -104,6 +104,12 @@ TEST_F(SerialTest, SettingsTexts) {
   EXPECT_EQ(port->Settings(), "115200,E,6,1");
 }
 
+TEST_F(SerialTest, TheSameSettingsOnceMoreAreNoError) {
+  port->PortOpen(true);
+  for (const char* settings : {"600,s,8,1", "600,s,8,1", "600,m,8,1", "600,m,8,1"})
+    EXPECT_EQ(raisedBy([&] { port->Settings(settings); }).text, "") << settings;
+}
+
 TEST_F(SerialTest, OpeningErrors) {
   const std::string file = inTemp("not-a-port");
   std::ofstream(file) << "text";

@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <chrono>
 #include <functional>
+#include <map>
+#include <random>
 
 #include "tests/support/SystemTest.h"
 
@@ -112,15 +116,120 @@ TEST_F(DeviceCommandsTest, TheTerminalKeepsWhatItWasTold) {
   EXPECT_EQ(state["cards"], 5);
 }
 
-/// What a group of monitored terminals sent, as the host hears it.
+/// What monitored terminals sent, as the host hears it: each event is 8 bytes, the second the
+/// terminal's address, the last two a running number.
 class Listener : public __Cronvel {
  public:
   void WinSockDataReceived(Bytes& bytes, std::int32_t, std::u16string&, std::u16string&,
                            std::int16_t&, std::int32_t&) override {
-    received.push_back(bytes);
+    take(bytes);
   }
-  std::vector<Bytes> received;
+  void DataReceivedForMonitoring(Bytes& bytes, std::int16_t) override {
+    mLine.insert(mLine.end(), bytes.begin(), bytes.end());
+    while (!mLine.empty() && mLine.front() != 0xED) mLine.erase(mLine.begin());  // a reply
+    const auto whole = mLine.begin() + std::ssize(mLine) / 8 * 8;
+    take({mLine.begin(), whole});
+    mLine.erase(mLine.begin(), whole);
+  }
+  /// The running numbers of each terminal, in the order of their arrival.
+  std::map<int, std::vector<int>> numbers;
+  std::size_t count = 0;
+
+ private:
+  void take(const Bytes& bytes) {
+    for (std::size_t i = 0; i + 8 <= bytes.size(); i += 8) {
+      while (bytes[i] != 0xED)  // a reply stands before it
+        if (++i + 8 > bytes.size()) return;
+      numbers[bytes[i + 1]].push_back(bytes[i + 6] * 256 + bytes[i + 7]);
+      ++count;
+    }
+  }
+  Bytes mLine;
 };
+
+class MonitoringTest : public SystemTest {
+ protected:
+  void pumpFor(double seconds) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    while (std::chrono::steady_clock::now() < end) mPlatform->messagePump().waitEvents();
+  }
+  /// That every number from 1 on came once and in order, up to the last that the terminal sent.
+  void expectAll(int address, int last) {
+    const auto& numbers = heard.numbers[address];
+    EXPECT_GE(static_cast<int>(numbers.size()), last - 1) << address;  // one can be on its way
+    for (std::size_t i = 0; i < numbers.size(); ++i)
+      ASSERT_EQ(numbers[i], static_cast<int>(i) + 1) << address;
+  }
+  std::map<int, int> lastSent() const {
+    std::map<int, int> last;
+    for (const auto& event : journal("monitoring")) last[event["bytes"][1]] = event["number"];
+    return last;
+  }
+
+  Listener heard;
+  Cronvel mListening{*mPlatform, mContainer, heard};
+  Cronvel mHastyListening{mHastyPlatform, mContainer, heard};
+};
+
+TEST_F(MonitoringTest, EventsOfASharedLine) {
+  const SimulatedTerminal terminals("--serial --terminals 1,12 --event-rate 10" + journalOption());
+  mPlatform->mapCommPort(1, terminals.line());
+  for (const std::uint8_t number : Bytes{1, 12}) {
+    mListening.DeviceNum(number);
+    EXPECT_TRUE(mListening.SetMonitoringOnOff(u"", true));
+  }
+  pumpFor(2);
+  for (const std::uint8_t number : Bytes{1, 12}) {
+    mListening.DeviceNum(number);
+    mListening.MonitoringON(false);
+  }
+  EXPECT_GT(heard.count, 20U);
+  for (const auto& [terminal, numbers] : heard.numbers)
+    EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end())) << terminal;
+}
+
+TEST_F(MonitoringTest, OverTheNetworkTheConnectionStays) {
+  const int port = freePort();
+  const SimulatedTerminal terminal("--event-rate 20 --connect 127.0.0.1:" + std::to_string(port) +
+                                   journalOption());
+  mListening.WinSockLocalPort(port);
+  mListening.SetWinSockTCPMode(0);
+  EXPECT_TRUE(mListening.SetMonitoringOnOff(u"any", true));
+  pumpFor(1.5);
+  EXPECT_GT(heard.count, 15U);
+  expectAll(1, lastSent()[1]);
+  mListening.WinSockClose(0);
+}
+
+TEST_F(MonitoringTest, AGroupOfTwoHundredTerminals) {
+  constexpr int groupSize = 200;
+  constexpr int inFirst = 160;
+  const int port = 20000 + static_cast<int>(std::random_device{}() % 10000);
+  const std::string common = " --event-rate 2.5 --delay 0 --quiet --connect 127.0.0.1:";
+  const SimulatedTerminal first("--terminals 0-159" + common + std::to_string(port) +
+                                journalOption());
+  const SimulatedTerminal second("--terminals 0-39" + common + std::to_string(port + inFirst));
+  for (int i = 0; i < groupSize; ++i) {
+    mHastyListening.DeviceNum(static_cast<std::uint8_t>(i % inFirst));
+    const std::string host = "terminal-" + std::to_string(port + i);
+    // A live event of another terminal can be taken for the reply; the switch was sent all the
+    // same.
+    mHastyListening.SetMonitoringOnGroup(toUtf16(host), true);
+  }
+  const std::size_t before = heard.count;
+  pumpFor(3);
+  EXPECT_GT(static_cast<double>(heard.count - before), groupSize * 2.5 * 3 * 0.8);
+  // Those numbers that only the first program has, so that each event says whose it was.
+  std::map<int, int> last = lastSent();
+  for (int number = 40; number < inFirst; ++number) {
+    const int address = number / 10 * 16 + number % 10;
+    expectAll(address, last[address]);
+  }
+  const std::size_t closed = journal("closed").size();
+  mHastyListening.DeviceNum(1);
+  EXPECT_TRUE(mHastyListening.SetMonitoringOffGroup(u"all", false));
+  EXPECT_TRUE(waitUntil([&] { return journal("closed").size() - closed >= inFirst; }));
+}
 
 }  // namespace
 }  // namespace cronvel::test

@@ -6,6 +6,9 @@
 #include <vector>
 
 #include "cli/CommandFailure.h"
+#include "runtime/DelimitedInput.h"
+#include "runtime/File.h"
+#include "runtime/Text.h"
 
 namespace cronvel {
 
@@ -112,6 +115,35 @@ CalendarDay today() {
 std::string timeNow() {
   const std::tm local = localTime();
   return join(local.tm_hour, local.tm_min, std::min(local.tm_sec, 59), ':');
+}
+
+Bytes readBytes(const std::vector<std::string>& numbers, std::size_t count) {
+  if (numbers.size() != count)
+    throw CommandFailure(ExitStatus::wrongUse, std::to_string(count) + " numbers are needed, not " +
+                                                   std::to_string(numbers.size()));
+  Bytes bytes;
+  for (const std::string& number : numbers)
+    bytes.push_back(static_cast<std::uint8_t>(parseNumber(number, 0, 99, "number")));
+  return bytes;
+}
+
+std::vector<std::string> linesOf(const std::string& fileName) {
+  const auto path = toPath(toUtf16(fileName));
+  File(path, File::Access::read);  // says what is wrong with it
+  std::ifstream file(path);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(file, line);) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    if (!line.empty() && line.front() != '#') lines.push_back(line);
+  }
+  return lines;
+}
+
+std::size_t fieldsOf(const std::string& fileName) {
+  DelimitedInput input(toPath(toUtf16(fileName)));
+  std::size_t count = 0;
+  for (std::string field; input.next(field);) ++count;
+  return count;
 }
 
 }  // namespace cronvel

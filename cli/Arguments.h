@@ -5,6 +5,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "runtime/Bytes.h"
 
 namespace cronvel {
 
@@ -15,6 +18,14 @@ int parseNumber(std::string_view text, int lowest, int highest, const std::strin
 /// Adds an option that takes such a number.
 CLI::Option* addNumber(CLI::App& app, const std::string& name, std::optional<int>& value,
                        int lowest, int highest, const std::string& help);
+
+/// Exactly `count` decimal numbers from 0 to 99.
+Bytes readBytes(const std::vector<std::string>& numbers, std::size_t count);
+
+/// The lines of a text file, without those that are empty or start with "#". Raises 53.
+std::vector<std::string> linesOf(const std::string& fileName);
+/// How many fields a card list file has. Raises 53.
+std::size_t fieldsOf(const std::string& fileName);
 
 /// A day of the calendar that the terminal keeps, which need not be the PC's.
 struct CalendarDay {

@@ -48,7 +48,11 @@ ExitStatus runCommandLine(Platform& platform, Io& io, std::vector<std::string> a
   describe(app);
   const Shell shell{platform, io};
   addTerminalCommands(app, shell);
+  addDeviceCommands(app, shell);
   addDownloadCommand(app, shell);
+  addCardCommands(app, shell);
+  addPeopleCommands(app, shell);
+  addMonitorCommand(app, shell);
   addFileCommands(app, shell);
   addSettingsCommand(app, shell);
   std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back

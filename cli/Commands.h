@@ -25,6 +25,16 @@ void addFileCommands(CLI::App& app, Shell shell);
 /// settings
 void addSettingsCommand(CLI::App& app, Shell shell);
 
+/// card add, delete, delete-all, upload, table
+void addCardCommands(CLI::App& app, Shell shell);
+/// reader, access, group, code4, code10, message, mode
+void addPeopleCommands(CLI::App& app, Shell shell);
+/// properties, alarms, dial
+void addDeviceCommands(CLI::App& app, Shell shell);
+/// monitor
+void addMonitorCommand(CLI::App& app, Shell shell);
+
+constexpr const char* peopleGroup = "Commands about people";
 constexpr const char* terminalGroup = "Commands for a terminal";
 constexpr const char* fileGroup = "Commands for files";
 

@@ -75,6 +75,9 @@ void addLinkOptions(CLI::App& app, LinkOptions& link) {
             "Network: the terminal connects in to this port of the PC")
       ->type_name("PORT")
       ->group(linkGroup);
+  addText(app, "--tel", link.telephone, "NUMBER",
+          "A modem is at the serial port: dial this number first, hang up afterwards")
+      ->group(linkGroup);
   addNumber(app, "--device", link.device, 0, 99, "Number of the terminal (default 1)")
       ->group(linkGroup);
   addSettingsFile(app, link);
@@ -85,6 +88,9 @@ void addLinkOptions(CLI::App& app, LinkOptions& link) {
 
 void chooseLink(LinkOptions& link) {
   if (link.onNetwork()) {
+    if (!link.telephone.empty())
+      throw CommandFailure(ExitStatus::wrongUse,
+                           "--tel dials through a modem at a serial port: give --port with it");
     if (!link.port.empty())
       throw CommandFailure(ExitStatus::wrongUse,
                            "choose the serial line (--port) or the network (--host, --listen), "

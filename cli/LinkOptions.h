@@ -15,6 +15,7 @@ struct LinkOptions {
   std::optional<int> idDigits;
   std::string speed;
   std::string settingsFile;
+  std::string telephone;  ///< dialled first; empty: no modem
   bool trace = false;
 
   bool onNetwork() const { return !host.empty() || listenPort.has_value(); }

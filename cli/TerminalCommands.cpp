@@ -5,36 +5,25 @@
 #include "cli/Arguments.h"
 #include "cli/Commands.h"
 #include "cli/LinkOptions.h"
-#include "cli/TerminalSession.h"
+#include "cli/TerminalTask.h"
 #include "runtime/Text.h"
 
 namespace cronvel {
 
 namespace {
 
-constexpr const char* noSuccess = "it did not answer with success";
-
-/// Runs a command with a yes or no result; says `done` or fails.
-template <typename Call>
-void require(TerminalSession& session, Io& io, const std::string& done, Call call) {
-  if (!session.run(call)) throw session.failure(noSuccess);
-  io.out << session.terminal() << ": " << done << '\n' << std::flush;
-}
-
 std::uint8_t byte(int number) { return static_cast<std::uint8_t>(number); }
 
 void addTest(CLI::App& app, Shell shell) {
-  auto link = std::make_shared<LinkOptions>();
-  CLI::App* command =
-      app.add_subcommand("test", "Ask the terminal for a sign of life")->group(terminalGroup);
+  CLI::App* command = addTerminalTask(
+      app, shell,
+      {.name = "test",
+       .help = "Ask the terminal for a sign of life",
+       .network = TerminalTask::Network::listens,
+       .run = [](TerminalSession& session, const std::u16string& host) {
+         require(session, "answers", [&](Cronvel& c) { return c.TestConnection(host); });
+       }});
   command->footer("Over the network the terminal connects in (--listen), within 10 seconds.");
-  addLinkOptions(*command, *link);
-  command->callback([link, shell] {
-    chooseLink(*link);
-    TerminalSession session(shell.platform, shell.io, *link);
-    const std::u16string host = session.listens("test");
-    require(session, shell.io, "answers", [&](Cronvel& c) { return c.TestConnection(host); });
-  });
 }
 
 struct ClockOptions {
@@ -84,10 +73,10 @@ void leaveOutUnreachable(ClockPlan& plan, const LinkOptions& link, Io& io) {
   }
 }
 
-void setDate(TerminalSession& session, Io& io, const ClockPlan& plan) {
+void setDate(TerminalSession& session, const ClockPlan& plan) {
   const std::string date = formatDate(plan.date);
   const std::u16string host = session.connects("setting the date");
-  require(session, io, "date set to " + date + ", day of week " + std::to_string(plan.weekday),
+  require(session, "date set to " + date + ", day of week " + std::to_string(plan.weekday),
           [&](Cronvel& c) { return c.SetDate(host, toUtf16(date), byte(plan.weekday)); });
 }
 
@@ -100,7 +89,7 @@ void setTime(TerminalSession& session, Io& io, const ClockPlan& plan) {
   session.onTick([&] {
     if (session.socketState() == sckListening) connected = steady_clock::now();
   });
-  require(session, io, "time set to " + time,
+  require(session, "time set to " + time,
           [&](Cronvel& c) { return c.SetTime(host, Variant(toUtf16(time))); });
   session.onTick({});
   const auto late = std::chrono::duration_cast<std::chrono::seconds>(connected - start).count();
@@ -115,7 +104,7 @@ void setClock(const ClockOptions& options, Shell shell) {
   ClockPlan plan = planClock(options);
   leaveOutUnreachable(plan, link, shell.io);
   TerminalSession session(shell.platform, shell.io, link);
-  if (plan.dateWanted) setDate(session, shell.io, plan);
+  if (plan.dateWanted) setDate(session, plan);
   if (plan.timeWanted) setTime(session, shell.io, plan);
 }
 
@@ -159,7 +148,7 @@ void addSetDaylight(CLI::App& app, Shell shell) {
     chooseLink(options->link);
     TerminalSession session(shell.platform, shell.io, options->link);
     const std::u16string host = session.connects("set-daylight");
-    require(session, shell.io, "daylight saving from " + options->start + " to " + options->end,
+    require(session, "daylight saving from " + options->start + " to " + options->end,
             [&](Cronvel& c) {
               return c.SetDayLight(host, byte(start.day), byte(start.month), byte(end.day),
                                    byte(end.month));
@@ -168,22 +157,23 @@ void addSetDaylight(CLI::App& app, Shell shell) {
 }
 
 void addSetKeyboard(CLI::App& app, Shell shell) {
-  auto link = std::make_shared<LinkOptions>();
   auto setting = std::make_shared<std::string>();
-  CLI::App* command =
-      app.add_subcommand("set-keyboard", "Choose the terminal's keypad setting by its number")
-          ->group(terminalGroup);
-  command->add_option("N", *setting, "Setting, 0 to 255; its meaning is the terminal's")
-      ->required();
-  addLinkOptions(*command, *link);
-  command->callback([link, setting, shell] {
-    const int key = parseNumber(*setting, 0, 255, "N");
-    chooseLink(*link);
-    TerminalSession session(shell.platform, shell.io, *link);
-    const std::u16string host = session.connects("set-keyboard");
-    require(session, shell.io, "keypad setting " + std::to_string(key),
-            [&](Cronvel& c) { return c.SetKeyboard(host, byte(key)); });
-  });
+  addTerminalTask(
+      app, shell,
+      {.name = "set-keyboard",
+       .help = "Choose the terminal's keypad setting by its number",
+       .arguments =
+           [setting](CLI::App& command) {
+             command.add_option("N", *setting, "Setting, 0 to 255; its meaning is the terminal's")
+                 ->required();
+           },
+       .check = [setting] { parseNumber(*setting, 0, 255, "N"); },
+       .run =
+           [setting](TerminalSession& session, const std::u16string& host) {
+             const std::uint8_t key = byte(parseNumber(*setting, 0, 255, "N"));
+             require(session, "keypad setting " + std::to_string(key),
+                     [&](Cronvel& c) { return c.SetKeyboard(host, key); });
+           }});
 }
 
 /// Before the session begins: while a question waits, Ctrl-C must simply end the program.
@@ -213,8 +203,7 @@ void addResetMemory(CLI::App& app, Shell shell) {
     if (!*yes) confirmReset(*link, shell);
     TerminalSession session(shell.platform, shell.io, *link);
     const std::u16string host = session.connects("reset-memory");
-    require(session, shell.io, "record memory erased",
-            [&](Cronvel& c) { return c.ResetMem(host); });
+    require(session, "record memory erased", [&](Cronvel& c) { return c.ResetMem(host); });
   });
 }
 

@@ -1,6 +1,7 @@
 #include "cli/TerminalSession.h"
 
 #include <ostream>
+#include <utility>
 
 #include "cli/Arguments.h"
 #include "platform/PropertyBagFile.h"
@@ -34,6 +35,27 @@ TerminalSession::TerminalSession(Platform& platform, Io& io, const LinkOptions& 
   mTick->Interval(tickMilliseconds);
   mTick->onTimer([this] { tick(); });
   mTick->Enabled(true);
+  if (!link.telephone.empty()) dial();
+}
+
+TerminalSession::~TerminalSession() { hangUp(); }
+
+void TerminalSession::dial() {
+  constexpr std::int16_t connected = 0;
+  mControl.TelNum(toUtf16(mLink.telephone));
+  if (run([](Cronvel& c) { return c.Dial(); }) != connected)
+    throw failure("the modem did not connect");
+  mDialled = true;
+}
+
+void TerminalSession::hangUp() {
+  mOnTick = {};
+  if (!std::exchange(mDialled, false)) return;
+  try {
+    mControl.Hangup();
+  } catch (const std::exception& error) {
+    warn(std::string("hanging up failed: ") + error.what());
+  }
 }
 
 void TerminalSession::applyOptions() {
@@ -112,6 +134,46 @@ void TerminalSession::tick() {
     throw CommandFailure(ExitStatus::interrupted, "interrupted");
   }
   if (mOnTick) mOnTick();
+}
+
+void TerminalSession::useListenPort() {
+  mControl.WinSockProtocol(sckTCPProtocol);
+  mControl.WinSockLocalPort(*mLink.listenPort);
+  mControl.SetWinSockTCPMode(0);
+}
+
+void TerminalSession::say(const std::string& sentence, bool beside) {
+  (beside ? mIo.err : mIo.out) << terminal() << ": " << sentence << '\n' << std::flush;
+}
+
+void TerminalSession::warn(const std::string& sentence) {
+  mIo.err << "cronvel: " << sentence << '\n' << std::flush;
+}
+
+void TerminalSession::progress(const std::string& line) {
+  if (!mIo.showProgress) return;
+  const std::size_t leftover = mShown > line.size() ? mShown - line.size() : 0;
+  mIo.err << '\r' << line << std::string(leftover, ' ') << (line.empty() ? "\r" : "") << std::flush;
+  mShown = line.size();
+}
+
+void TerminalSession::WinSockDataReceived(Bytes& ReceivedData, std::int32_t, std::u16string&,
+                                          std::u16string& RemoteHostIP, std::int16_t&,
+                                          std::int32_t&) {
+  if (mOnLiveData) mOnLiveData(toUtf8(RemoteHostIP), ReceivedData);
+}
+
+void TerminalSession::DataReceivedForMonitoring(Bytes& mRStr, std::int16_t) {
+  if (mOnLiveData) mOnLiveData("line", mRStr);
+}
+
+void TerminalSession::AddFileProgressInit(std::int32_t& nMax) {
+  mCards = nMax;
+  if (mOnUpload) mOnUpload(0, mCards);
+}
+
+void TerminalSession::AddFileProgressInc(std::int32_t& nValue) {
+  if (mOnUpload) mOnUpload(nValue, mCards);
 }
 
 }  // namespace cronvel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <iosfwd>
 #include <memory>
 #include <string>
 
@@ -17,7 +18,9 @@ namespace cronvel {
 /// into sentences, ended in order by Ctrl-C. While it lives, the first Ctrl-C is its own.
 class TerminalSession : private __Cronvel, private Container {
  public:
+  /// With a telephone number it dials first; fails where that does not connect.
   TerminalSession(Platform& platform, Io& io, const LinkOptions& link);
+  ~TerminalSession() override;
 
   Cronvel& control() { return mControl; }
   /// The state of socket 0 as last reported.
@@ -31,6 +34,27 @@ class TerminalSession : private __Cronvel, private Container {
 
   /// Called some times a second while the control waits.
   void onTick(std::function<void()> handler) { mOnTick = std::move(handler); }
+
+  /// Called for each card of a list that was sent, with how many so far and of how many.
+  void onUpload(std::function<void(std::int32_t sent, std::int32_t all)> handler) {
+    mOnUpload = std::move(handler);
+  }
+  /// Called for the bytes that a terminal sends while it is monitored; `source` is "line" or the
+  /// terminal's network address.
+  void onLiveData(std::function<void(const std::string& source, const Bytes&)> handler) {
+    mOnLiveData = std::move(handler);
+  }
+  /// Gives socket 0 the port of --listen.
+  void useListenPort();
+  /// Whether it dialled before and will hang up at the end.
+  bool dialled() const { return mDialled; }
+
+  std::ostream& out() { return mIo.out; }
+  /// "terminal 12: ...", as a result or beside the results.
+  void say(const std::string& sentence, bool beside = false);
+  void warn(const std::string& sentence);
+  /// A line that the next one replaces, if a person watches; empty takes it away.
+  void progress(const std::string& line);
 
   /// Runs a call of the control. Its errors come out as `CommandFailure`; a socket's failure comes
   /// out as itself, not as the error 40006 that follows from it.
@@ -52,11 +76,19 @@ class TerminalSession : private __Cronvel, private Container {
 
  private:
   void WinSockCurrentState(std::int16_t CurrentState) override { mSocketState = CurrentState; }
+  void WinSockDataReceived(Bytes& ReceivedData, std::int32_t DataLen, std::u16string& RemoteHost,
+                           std::u16string& RemoteHostIP, std::int16_t& LoopCounter,
+                           std::int32_t& FunctionCallCounter) override;
+  void DataReceivedForMonitoring(Bytes& mRStr, std::int16_t DataLen) override;
+  void AddFileProgressInit(std::int32_t& nMax) override;
+  void AddFileProgressInc(std::int32_t& nValue) override;
   void WinSockError(std::int16_t number, std::u16string& Description, std::int32_t Scode,
                     const std::u16string& Source, const std::u16string& HelpFile,
                     std::int32_t HelpContext, bool& CancelDisplay) override;
   CommandFailure explained(const RunTimeError& error) const;
   void applyOptions();
+  void dial();
+  void hangUp();
   void tick();
 
   Io& mIo;
@@ -67,6 +99,11 @@ class TerminalSession : private __Cronvel, private Container {
   std::string mSocketError;
   Cronvel mControl;
   std::function<void()> mOnTick;
+  std::function<void(std::int32_t, std::int32_t)> mOnUpload;
+  std::function<void(const std::string&, const Bytes&)> mOnLiveData;
+  std::int32_t mCards = 0;
+  std::size_t mShown = 0;  ///< length of the progress line
+  bool mDialled = false;
   std::unique_ptr<Timer> mTick;
 };
 

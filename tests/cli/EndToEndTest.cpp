@@ -175,6 +175,78 @@ TEST_F(EndToEnd, NetworkFailures) {
   expectSaid("error 10048: ");
 }
 
+TEST_F(EndToEnd, CardsAndPeople) {
+  const SimulatedTerminal terminal("--serial --listen 0 --json " + mFolder.path("journal"));
+  const std::string line = " --port " + terminal.line();
+  const std::string host = " --host 127.0.0.1:" + terminal.port();
+  mFolder.write("cards", "1,2\r\n\"3\"\nx\n-4,12345\n5");
+  mFolder.write("names", "ورود\nخروج\n1\n2\n3\n4\n5\n6\n");
+  EXPECT_EQ(run("card upload cards" + line), 0) << err();
+  EXPECT_EQ(out(), "terminal 1: 4 cards loaded from cards; 3 other fields passed over\n");
+  EXPECT_EQ(run("card add 77 78" + host), 0) << err();
+  EXPECT_EQ(run("card delete 1" + host), 0) << err();
+  EXPECT_EQ(run("mode names --file names" + host), 0) << err();
+  EXPECT_EQ(run("message 1234 'مرخصي تاييد شد'" + line), 0) << err();
+  EXPECT_EQ(run("group main 42" + line), 0) << err();
+  EXPECT_EQ(run("access closed" + host), 0) << err();
+  EXPECT_EQ(run("properties" + line), 0) << err();
+  const std::string journal = mFolder.read("journal");
+  const std::string state = journal.substr(journal.rfind("\"event\":\"state\""));
+  for (const char* expected : {"\"cards\":5", "\"main_group\":42", "\"access\":false",
+                               "\"message\":\"مرخصي تاييد شد\"", "[\"ورود\",\"خروج\",\"1\""})
+    EXPECT_NE(state.find(expected), std::string::npos) << expected << " in " << state;
+}
+
+TEST_F(EndToEnd, RefusalsOfTheNewCommands) {
+  const SimulatedTerminal terminal("--serial --reply 33 --delay 0");
+  const std::string line = " --port " + terminal.line();
+  EXPECT_EQ(run("card add 5" + line), 1);
+  expectSaid("no reply within 5 s");  // it came too soon
+  EXPECT_EQ(run("reader off" + line), 1);
+  expectSaid("reply 33");
+  EXPECT_EQ(run("card upload missing" + line), 3);
+  expectSaid("error 53: ");
+  const std::pair<const char*, const char*> wrong[] = {{"card add 10000", "0 to 9999"},
+                                                       {"group main 100", "0 to 99"},
+                                                       {"reader perhaps", "on or off"},
+                                                       {"card delete-all", "--yes"},
+                                                       {"mode names a b", "8 names"},
+                                                       {"mode active 8", "0 to 7"},
+                                                       {"code4 12345", "up to 4"},
+                                                       {"card table 1 2", "6"},
+                                                       {"alarms schedule missing", "53"},
+                                                       {"monitor --host x", "--listen"},
+                                                       {"dial", "--tel"}};
+  for (const auto& [command, said] : wrong) {
+    EXPECT_NE(run(command + line), 0) << command;
+    expectSaid(said);
+  }
+}
+
+TEST_F(EndToEnd, MonitorPrintsEventsUntilCtrlC) {
+  const std::string port = freePort();
+  const SimulatedTerminal terminal("--serial --event-rate 5 --connect 127.0.0.1:" + port);
+  EXPECT_EQ(run("monitor --json --port " + terminal.line(), interruptSoon), 0) << err();
+  EXPECT_GT(linesOf(out()), 3);
+  EXPECT_EQ(run("monitor --seconds 2 --listen " + port), 0) << err();
+  EXPECT_GT(linesOf(out()), 3);
+  EXPECT_EQ(run("monitor --seconds 2 --group " + port), 0) << err();
+  EXPECT_GT(linesOf(out()), 3);
+}
+
+TEST_F(EndToEnd, ThroughAModem) {
+  const SimulatedTerminal modem("--modem --modem-delay 200 --modem-lines " + mFolder.path("lines"));
+  const std::string line = modem.announced("modem line: ");
+  // A pty has no modem lines: a library answers for them.
+  const std::string preloaded =
+      "timeout -k 1 60 env ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" MODEM_LINES
+      " CRONVEL_TEST_MODEM_LINES=" +
+      mFolder.path("lines");
+  EXPECT_EQ(run("test --tel 5551234 --port " + line, preloaded), 0) << err();
+  EXPECT_EQ(out(), "terminal 1: answers\n");
+  EXPECT_EQ(run("test --tel 0 --port " + line, preloaded), 1);
+}
+
 TEST_F(EndToEnd, PortBusyOrNoPort) {
   const auto line = mPlatform->makeSerialLineEnd("");
   const auto holder = mPlatform->makeSerialPort();

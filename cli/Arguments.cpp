@@ -129,7 +129,7 @@ Bytes readBytes(const std::vector<std::string>& numbers, std::size_t count) {
 
 std::vector<std::string> linesOf(const std::string& fileName) {
   const auto path = toPath(toUtf16(fileName));
-  File(path, File::Access::read);  // says what is wrong with it
+  const File readable(path, File::Access::read);  // says what is wrong with it
   std::ifstream file(path);
   std::vector<std::string> lines;
   for (std::string line; std::getline(file, line);) {

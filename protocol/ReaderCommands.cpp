@@ -97,8 +97,9 @@ bool ReaderCommands::SendMsg(const std::u16string& sRemoteHost, const std::u16st
   return exchange
       .run([&](CommandExchange& body) {
         const std::int32_t card = toLong(numericValue(CardNum));
+        const std::int32_t high = card / 256;
         body.send(toByte(card % 256));
-        body.send(toByte(card / 256));
+        body.send(toByte(high));
         // One blank at least ends the text.
         body.sendText(inMsg, messageLength - 1);
         body.send(' ');

@@ -104,19 +104,42 @@ void monitorConnection(TerminalSession& session, Shell shell, const MonitorOptio
     session.warn("the terminal did not connect in again, so its monitoring is still on");
 }
 
-void monitorGroup(TerminalSession& session, Shell shell, const MonitorOptions& options) {
-  int on = 0;
-  for (const int port : readPorts(options.group)) {
-    const std::u16string host = toUtf16("terminal-" + std::to_string(port));
-    if (session.run([&](Cronvel& c) { return c.SetMonitoringOnGroup(host, true); }))
-      ++on;
-    else
-      session.warn("port " + std::to_string(port) + ": " +
-                   session.failure("monitoring was not switched on").what());
+/// Why the terminal that connects in to this port could not be switched on; empty if it was.
+std::string switchOnMember(TerminalSession& session, int port) {
+  const std::u16string host = toUtf16("terminal-" + std::to_string(port));
+  try {
+    if (session.run([&](Cronvel& c) { return c.SetMonitoringOnGroup(host, true); })) return {};
+    return session.failure("monitoring was not switched on").what();
+  } catch (const CommandFailure& failure) {
+    if (failure.status() == ExitStatus::interrupted) throw;
+    return failure.what();
   }
+}
+
+void switchGroupOff(TerminalSession& session) {
+  session.run([](Cronvel& c) { return c.SetMonitoringOffGroup(u"all", false); });
+}
+
+int switchGroupOn(TerminalSession& session, const std::vector<int>& ports) {
+  int on = 0;
+  try {
+    for (const int port : ports) {
+      const std::string problem = switchOnMember(session, port);
+      on += problem.empty() ? 1 : 0;
+      if (!problem.empty()) session.warn("port " + std::to_string(port) + ": " + problem);
+    }
+  } catch (const CommandFailure&) {
+    switchGroupOff(session);  // those that are on already
+    throw;
+  }
+  return on;
+}
+
+void monitorGroup(TerminalSession& session, Shell shell, const MonitorOptions& options) {
+  const int on = switchGroupOn(session, readPorts(options.group));
   if (on == 0) throw CommandFailure(ExitStatus::refused, "no terminal could be switched on");
   listen(session, shell, options);
-  session.run([](Cronvel& c) { return c.SetMonitoringOffGroup(u"all", false); });
+  switchGroupOff(session);
 }
 
 void monitor(MonitorOptions options, Shell shell) {

@@ -129,8 +129,7 @@ void TerminalSession::WinSockError(std::int16_t number, std::u16string& Descript
 }
 
 void TerminalSession::tick() {
-  if (mInterrupt.requested()) {
-    mTick->Enabled(false);
+  if (mInterrupt.requested() && !std::exchange(mInterrupted, true)) {  // what ends it still ticks
     throw CommandFailure(ExitStatus::interrupted, "interrupted");
   }
   if (mOnTick) mOnTick();

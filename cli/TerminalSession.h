@@ -104,6 +104,7 @@ class TerminalSession : private __Cronvel, private Container {
   std::int32_t mCards = 0;
   std::size_t mShown = 0;  ///< length of the progress line
   bool mDialled = false;
+  bool mInterrupted = false;
   std::unique_ptr<Timer> mTick;
 };
 

@@ -1,0 +1,99 @@
+#include "activex/ControlObject.h"
+
+#include "activex/Values.h"
+
+namespace cronvel::activex {
+namespace {
+constexpr const wchar_t* endClass = L"CronvelEnd";
+}
+
+IUnknown* outerOf(ControlObject& control) { return control.outer(); }
+
+HRESULT ControlObject::create(IUnknown* outer, REFIID iid, void** object) {
+  *object = nullptr;
+  return guarded([&] {
+    auto* const control = new ControlObject(outer);
+    control->AddRef();
+    const HRESULT result = control->QueryInterface(iid, object);
+    control->Release();
+    check(result);
+  });
+}
+
+ControlObject::ControlObject(IUnknown* outer)
+    : mOuter(outer != nullptr ? outer : this),
+      mSite(*this),
+      mEvents(*this),
+      mDispatch(*this),
+      mClassInfo(*this),
+      mPersistence(*this),
+      mView(*this),
+      mInPlace(*this),
+      mOleObject(*this),
+      mPlatform(Platform::create()),
+      mCore(std::make_unique<Cronvel>(*mPlatform, mSite, mEvents)) {}
+
+ControlObject::~ControlObject() = default;
+
+STDMETHODIMP ControlObject::QueryInterface(REFIID iid, void** object) {
+  if (object == nullptr) return E_POINTER;
+  *object = nullptr;
+  if (iid == IID_IUnknown) {
+    *object = static_cast<IUnknown*>(this);
+    AddRef();
+    return S_OK;
+  }
+  IUnknown* found = nullptr;
+  for (IUnknown* part :
+       {mDispatch.find(iid), mClassInfo.find(iid), mEvents.find(iid), mPersistence.find(iid),
+        mOleObject.find(iid), mInPlace.find(iid), mView.find(iid)})
+    if (part != nullptr) found = part;
+  if (found == nullptr) return E_NOINTERFACE;
+  *object = found;
+  found->AddRef();
+  return S_OK;
+}
+
+STDMETHODIMP_(ULONG) ControlObject::AddRef() { return ++mReferences; }
+
+STDMETHODIMP_(ULONG) ControlObject::Release() {
+  const ULONG left = --mReferences;
+  if (left == 0 && mBusy == 0) endWhenIdle(Busy::With::call);
+  return left;
+}
+
+ControlObject::Busy::Busy(ControlObject& control, With with) : mControl(control), mWith(with) {
+  ++mControl.mBusy;
+}
+
+ControlObject::Busy::~Busy() {
+  if (--mControl.mBusy == 0 && mControl.released()) mControl.endWhenIdle(mWith);
+}
+
+/// A call is the outermost thing that the control does. An event is raised from inside a pump pass,
+/// which still stands on the control when the event is over.
+void ControlObject::endWhenIdle(Busy::With last) {
+  if (mEndAsked) return;
+  mEndAsked = true;
+  if (last == Busy::With::event) return endLater();
+  delete this;
+}
+
+void ControlObject::endLater() {
+  module::registerWindowClass(endClass, endProcedure);
+  HWND window = CreateWindowExW(0, endClass, nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+                                module::instance(), nullptr);
+  SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+  PostMessageW(window, WM_APP, 0, 0);
+}
+
+LRESULT CALLBACK ControlObject::endProcedure(HWND window, UINT message, WPARAM wParam,
+                                             LPARAM lParam) {
+  if (message != WM_APP) return DefWindowProcW(window, message, wParam, lParam);
+  auto* const control = reinterpret_cast<ControlObject*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+  DestroyWindow(window);
+  delete control;
+  return 0;
+}
+
+}  // namespace cronvel::activex

@@ -36,6 +36,8 @@ class Poller {
   virtual void setInterest(Handle /*handle*/, short /*events*/) {}
   /// A pass is to take place at this time at the latest, even if only the host's own loop runs.
   virtual void callBy(TimePoint /*time*/) {}
+  /// A pass is over; the next one has to take place at this time at the latest.
+  virtual void passEnded(TimePoint /*next*/) {}
   /// What a pass is, for the host's own loop.
   virtual void setPass(std::function<void()> /*pass*/) {}
 };

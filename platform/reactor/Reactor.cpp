@@ -98,7 +98,7 @@ void Reactor::pass(Poller::Duration longestWait) {
   pollSources(blockFor(longestWait));
   const struct AtEnd {
     Reactor& reactor;
-    ~AtEnd() { reactor.callNextBy(); }
+    ~AtEnd() { reactor.endPass(); }
   } atEnd{*this};
   const TimePoint now = steady_clock::now();
   for (const Ready& ready : readySources(now)) {
@@ -113,13 +113,13 @@ void Reactor::pass(Poller::Duration longestWait) {
   }
 }
 
-void Reactor::callNextBy() {
+void Reactor::endPass() {
   TimePoint next = TimePoint::max();
   for (const auto& source : mSources) {
     next = std::min(next, source->callAt);
     if (source->eachPass) next = std::min(next, steady_clock::now() + hostPassEvery);
   }
-  if (next != TimePoint::max()) mPoller->callBy(next);
+  mPoller->passEnded(next);
 }
 
 /// The time to the next call, but no more than `longestWait`.

@@ -61,7 +61,7 @@ class Reactor : public MessagePump {
   struct Ready;
 
   void pass(Poller::Duration longestWait);
-  void callNextBy();
+  void endPass();
   Poller::Duration blockFor(Poller::Duration longestWait) const;
   void pollSources(Poller::Duration wait);
   std::vector<Ready> readySources(TimePoint now) const;

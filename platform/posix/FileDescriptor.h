@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <utility>
 
 namespace cronvel {
@@ -31,8 +30,5 @@ class FileDescriptor {
  private:
   int mFd = -1;
 };
-
-/// Whether an `errno` only says that a non-blocking call had nothing to do.
-inline bool wouldBlock(int error) { return error == EAGAIN || error == EWOULDBLOCK; }
 
 }  // namespace cronvel

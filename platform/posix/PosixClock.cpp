@@ -1,7 +1,7 @@
 #include <cerrno>
 #include <ctime>
 
-#include "platform/posix/PosixParts.h"
+#include "platform/reactor/Parts.h"
 
 namespace cronvel {
 namespace {
@@ -36,6 +36,6 @@ class PosixClock : public Clock {
 
 }  // namespace
 
-std::unique_ptr<Clock> makePosixClock() { return std::make_unique<PosixClock>(); }
+std::unique_ptr<Clock> makeClock() { return std::make_unique<PosixClock>(); }
 
 }  // namespace cronvel

@@ -1,7 +1,7 @@
 #include <iostream>
 
 #include "platform/Console.h"
-#include "platform/posix/PosixParts.h"
+#include "platform/reactor/Parts.h"
 #include "runtime/Text.h"
 
 namespace cronvel {
@@ -33,6 +33,6 @@ class PosixMsgBox : public MsgBox {
 
 }  // namespace
 
-std::unique_ptr<MsgBox> makePosixMsgBox() { return std::make_unique<PosixMsgBox>(); }
+std::unique_ptr<MsgBox> makeMsgBox() { return std::make_unique<PosixMsgBox>(); }
 
 }  // namespace cronvel

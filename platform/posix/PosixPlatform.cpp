@@ -2,8 +2,8 @@
 #include <map>
 
 #include "platform/Platform.h"
-#include "platform/posix/Network.h"
-#include "platform/posix/PosixParts.h"
+#include "platform/reactor/Network.h"
+#include "platform/reactor/Parts.h"
 
 namespace cronvel {
 namespace {
@@ -11,12 +11,15 @@ namespace {
 class PosixPlatform : public Platform {
  public:
   std::unique_ptr<SerialPort> makeSerialPort() override {
-    return makePosixSerialPort(mReactor, [this](std::int16_t number) { return pathOf(number); });
+    return cronvel::makeSerialPort(mReactor, *mClock,
+                                   [this](std::int16_t number) { return pathOf(number); });
   }
-  std::unique_ptr<SocketArray> makeSocketArray() override { return makePosixSocketArray(mNetwork); }
-  std::unique_ptr<Timer> makeTimer() override { return makePosixTimer(mReactor); }
+  std::unique_ptr<SocketArray> makeSocketArray() override {
+    return cronvel::makeSocketArray(mNetwork);
+  }
+  std::unique_ptr<Timer> makeTimer() override { return cronvel::makeTimer(mReactor); }
   std::unique_ptr<SerialLineEnd> makeSerialLineEnd(const std::string& linkName) override {
-    return makePosixSerialLineEnd(mReactor, linkName);
+    return cronvel::makeSerialLineEnd(mReactor, linkName);
   }
   Clock& clock() override { return *mClock; }
   MessagePump& messagePump() override { return mReactor; }
@@ -35,10 +38,10 @@ class PosixPlatform : public Platform {
     return "/dev/ttyS" + std::to_string(number - 1);
   }
 
-  Reactor mReactor;
+  Reactor mReactor{makePoller()};
   Network mNetwork{mReactor};
-  std::unique_ptr<Clock> mClock = makePosixClock();
-  std::unique_ptr<MsgBox> mMsgBox = makePosixMsgBox();
+  std::unique_ptr<Clock> mClock = makeClock();
+  std::unique_ptr<MsgBox> mMsgBox = makeMsgBox();
   std::map<std::int16_t, std::string> mCommPorts;
 };
 

@@ -8,10 +8,10 @@
 #include <cstring>
 #include <filesystem>
 
-#include "platform/posix/CallOut.h"
 #include "platform/posix/FileDescriptor.h"
-#include "platform/posix/PosixParts.h"
-#include "platform/posix/SerialSettings.h"
+#include "platform/posix/Termios.h"
+#include "platform/reactor/CallOut.h"
+#include "platform/reactor/Parts.h"
 #include "runtime/RunTimeError.h"
 
 namespace cronvel {
@@ -153,7 +153,9 @@ class PosixSerialLineEnd : public SerialLineEnd {
   }
 
   void watchLine() {
-    mWatch.attach(mLine.get(), static_cast<short>(mQueue.empty() ? POLLIN : POLLIN | POLLOUT));
+    mWatch.attach(mLine.get(),
+                  static_cast<short>(mQueue.empty() ? Poller::readable
+                                                    : Poller::readable | Poller::writable));
   }
 
   void lookLater() {
@@ -179,8 +181,7 @@ class PosixSerialLineEnd : public SerialLineEnd {
 
 }  // namespace
 
-std::unique_ptr<SerialLineEnd> makePosixSerialLineEnd(Reactor& reactor,
-                                                      const std::string& linkName) {
+std::unique_ptr<SerialLineEnd> makeSerialLineEnd(Reactor& reactor, const std::string& linkName) {
   return std::make_unique<PosixSerialLineEnd>(reactor, linkName);
 }
 

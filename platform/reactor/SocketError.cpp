@@ -1,39 +1,8 @@
-#include "platform/posix/SocketError.h"
+#include "platform/reactor/SocketError.h"
 
-#include <cerrno>
-#include <cstring>
+#include "platform/reactor/SocketApi.h"
 
 namespace cronvel {
-
-ErrorNumber socketErrorNumber(int error) {
-  switch (error) {
-    case EACCES:
-    case EPERM:
-      return ErrorNumber::permissionDenied;
-    case EADDRINUSE:
-      return ErrorNumber::addressInUse;
-    case EADDRNOTAVAIL:
-      return ErrorNumber::addressNotAvailable;
-    case ENETUNREACH:
-    case ENETDOWN:
-      return ErrorNumber::networkUnreachable;
-    case ECONNRESET:
-    case EPIPE:
-      return ErrorNumber::connectionReset;
-    case ETIMEDOUT:
-      return ErrorNumber::timedOut;
-    case ECONNREFUSED:
-      return ErrorNumber::connectionRefused;
-    case EHOSTUNREACH:
-    case EHOSTDOWN:
-      return ErrorNumber::hostUnreachable;
-    case EMFILE:
-    case ENFILE:
-      return ErrorNumber::tooManyFiles;
-    default:
-      return ErrorNumber::connectionAborted;
-  }
-}
 
 SocketError SocketError::connection(int error, const std::string& peer) {
   const ErrorNumber number = socketErrorNumber(error);
@@ -50,7 +19,7 @@ SocketError SocketError::connection(int error, const std::string& peer) {
     case ErrorNumber::addressNotAvailable:
       return {number, peer + " cannot be connected to from this machine"};
     default:
-      return {number, "the connection to " + peer + " failed: " + std::strerror(error)};
+      return {number, "the connection to " + peer + " failed: " + socketErrorText(error)};
   }
 }
 
@@ -64,7 +33,7 @@ SocketError SocketError::localPort(int error, int port) {
     case ErrorNumber::permissionDenied:
       return {number, name + " may not be used; choose a port above 1023"};
     default:
-      return {number, name + " cannot be used: " + std::strerror(error)};
+      return {number, name + " cannot be used: " + socketErrorText(error)};
   }
 }
 

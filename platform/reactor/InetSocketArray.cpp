@@ -1,14 +1,14 @@
-#include "platform/posix/PosixParts.h"
-#include "platform/posix/PosixSocket.h"
+#include "platform/reactor/InetSocket.h"
+#include "platform/reactor/Parts.h"
 
 namespace cronvel {
 namespace {
 
-class PosixSocketArray final : public SocketArray {
+class InetSocketArray final : public SocketArray {
  public:
-  explicit PosixSocketArray(Network& network) : mNetwork(network) { load(0); }
+  explicit InetSocketArray(Network& network) : mNetwork(network) { load(0); }
 
-  ~PosixSocketArray() override {
+  ~InetSocketArray() override {
     mHub->events = nullptr;
     for (const auto& [index, socket] : mSockets) socket->Close();
   }
@@ -27,7 +27,7 @@ class PosixSocketArray final : public SocketArray {
           ErrorNumber::invalidProcedureCall,
           "socket " + std::to_string(Index) +
               (Index < 0 ? " cannot be made; indexes start at 0" : " exists already"));
-    const auto socket = std::make_shared<PosixSocket>(mNetwork, mHub, Index);
+    const auto socket = std::make_shared<InetSocket>(mNetwork, mHub, Index);
     socket->start();
     mSockets[Index] = socket;
   }
@@ -53,13 +53,13 @@ class PosixSocketArray final : public SocketArray {
 
   Network& mNetwork;
   std::shared_ptr<SocketHub> mHub = std::make_shared<SocketHub>();
-  std::map<std::int16_t, std::shared_ptr<PosixSocket>> mSockets;
+  std::map<std::int16_t, std::shared_ptr<InetSocket>> mSockets;
 };
 
 }  // namespace
 
-std::unique_ptr<SocketArray> makePosixSocketArray(Network& network) {
-  return std::make_unique<PosixSocketArray>(network);
+std::unique_ptr<SocketArray> makeSocketArray(Network& network) {
+  return std::make_unique<InetSocketArray>(network);
 }
 
 }  // namespace cronvel

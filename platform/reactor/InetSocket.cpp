@@ -1,12 +1,8 @@
-#include "platform/posix/PosixSocket.h"
+#include "platform/reactor/InetSocket.h"
 
-#include <netdb.h>
-#include <sys/socket.h>
-
-#include <cerrno>
 #include <limits>
 
-#include "platform/posix/Inet.h"
+#include "platform/reactor/Inet.h"
 #include "runtime/Text.h"
 
 namespace cronvel {
@@ -24,16 +20,14 @@ void requirePort(std::int32_t port) {
                        "port " + std::to_string(port) + "; ports go from 0 to 65535");
 }
 
-FileDescriptor listenOn(std::int32_t port) {
-  FileDescriptor fd(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-  const sockaddr_in address = inetAddress({INADDR_ANY}, port);
-  const int on = 1;
-  // Earlier connections on this port may still be winding down; that must not keep it busy.
-  if (fd) setsockopt(fd.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-  if (!fd || ::bind(fd.get(), generic(&address), sizeof address) != 0 ||
-      ::listen(fd.get(), SOMAXCONN) != 0)
-    SocketError::localPort(errno, port).raise();
-  return fd;
+OwnedSocket listenOn(std::int32_t port) {
+  OwnedSocket socket = makeSocket(SocketKind::stream);
+  const sockaddr_in address = inetAddress({}, port);
+  if (socket) prepareListener(socket.get());
+  if (!socket || ::bind(socket.get(), generic(&address), sizeof address) != 0 ||
+      ::listen(socket.get(), SOMAXCONN) != 0)
+    SocketError::localPort(lastSocketError(), port).raise();
+  return socket;
 }
 
 std::string trimmed(const std::string& text) {
@@ -49,22 +43,22 @@ SocketError notFound(const std::string& host, const Resolver::Answer& answer) {
 
 }  // namespace
 
-void PosixSocket::start() {
-  mWatch = mNetwork.reactor.watch([weak = weak_from_this()](short revents) {
-    if (const auto self = weak.lock()) self->pump(revents);
+void InetSocket::start() {
+  mWatch = mNetwork.reactor.watch([weak = weak_from_this()](short found) {
+    if (const auto self = weak.lock()) self->pump(found);
   });
 }
 
 // --- properties ---
 
-void PosixSocket::requireClosed(const char* what) const {
+void InetSocket::requireClosed(const char* what) const {
   if (mState != sckClosed)
     throw RunTimeError(ErrorNumber::invalidOperationAtState,
                        std::string(what) + " needs a closed socket, and socket " +
                            std::to_string(mIndex) + " is in state " + std::to_string(mState));
 }
 
-void PosixSocket::Protocol(std::int16_t protocol) {
+void InetSocket::Protocol(std::int16_t protocol) {
   if (protocol != sckTCPProtocol && protocol != sckUDPProtocol)
     throw RunTimeError(ErrorNumber::invalidPropertyValue,
                        "protocol " + std::to_string(protocol) + "; use 0 for TCP or 1 for UDP");
@@ -72,38 +66,40 @@ void PosixSocket::Protocol(std::int16_t protocol) {
   mProtocol = protocol;
 }
 
-int PosixSocket::fd() const {
+SocketHandle InetSocket::socket() const {
   if (mListener) return mListener.get();
-  if (mUdp) return mUdp->fd();
-  return mStream ? mStream->fd() : -1;
+  if (mUdp) return mUdp->socket();
+  return mStream ? mStream->socket() : noSocket;
 }
 
-std::int32_t PosixSocket::LocalPort() const { return fd() < 0 ? mLocalPort : boundPort(fd()); }
+std::int32_t InetSocket::LocalPort() const {
+  return socket() == noSocket ? mLocalPort : boundPort(socket());
+}
 
-void PosixSocket::LocalPort(std::int32_t port) {
+void InetSocket::LocalPort(std::int32_t port) {
   requirePort(port);
   requireClosed("setting the local port");
   mLocalPort = port;
 }
 
-std::int32_t PosixSocket::RemotePort() const {
+std::int32_t InetSocket::RemotePort() const {
   return mAccepted ? ntohs(mPeer->sin_port) : mRemotePort;
 }
 
-void PosixSocket::RemotePort(std::int32_t port) {
+void InetSocket::RemotePort(std::int32_t port) {
   requirePort(port);
   mRemotePort = port;
 }
 
-std::u16string PosixSocket::RemoteHost() const { return mAccepted ? RemoteHostIP() : mRemoteHost; }
+std::u16string InetSocket::RemoteHost() const { return mAccepted ? RemoteHostIP() : mRemoteHost; }
 
-std::u16string PosixSocket::RemoteHostIP() const {
+std::u16string InetSocket::RemoteHostIP() const {
   return mPeer ? toUtf16(dotted(mPeer->sin_addr)) : std::u16string();
 }
 
-std::u16string PosixSocket::LocalIP() const { return toUtf16(localAddress()); }
+std::u16string InetSocket::LocalIP() const { return toUtf16(localAddress()); }
 
-std::string PosixSocket::remoteHost() const {
+std::string InetSocket::remoteHost() const {
   const std::string host = trimmed(toUtf8(mRemoteHost));
   if (host.empty())
     throw RunTimeError(ErrorNumber::invalidPropertyValue,
@@ -113,7 +109,7 @@ std::string PosixSocket::remoteHost() const {
 
 // --- opening and closing ---
 
-void PosixSocket::Listen() {
+void InetSocket::Listen() {
   if (mProtocol != sckTCPProtocol)
     throw RunTimeError(ErrorNumber::wrongProtocol, "only a TCP socket can listen");
   requireClosed("listening");
@@ -123,7 +119,7 @@ void PosixSocket::Listen() {
   updateWatch();
 }
 
-void PosixSocket::Accept(std::int32_t requestID) {
+void InetSocket::Accept(std::int32_t requestID) {
   requireClosed("accepting");
   auto request = mHub->requests.extract(requestID);
   if (request.empty())
@@ -138,13 +134,13 @@ void PosixSocket::Accept(std::int32_t requestID) {
   updateWatch();
 }
 
-void PosixSocket::Connect(const std::u16string& host) {
+void InetSocket::Connect(const std::u16string& host) {
   requireClosed("connecting");
   mRemoteHost = host;
   Connect();
 }
 
-void PosixSocket::Connect() {
+void InetSocket::Connect() {
   requireClosed("connecting");
   const std::string host = remoteHost();
   mPeer.reset();
@@ -158,7 +154,7 @@ void PosixSocket::Connect() {
       mNetwork.resolver.resolve(host, [this](const Resolver::Answer& answer) { resolved(answer); });
 }
 
-void PosixSocket::resolved(const Resolver::Answer& answer) {
+void InetSocket::resolved(const Resolver::Answer& answer) {
   if (answer.addresses.empty()) return failLater(notFound(toUtf8(mRemoteHost), answer));
   mCandidates.assign(answer.addresses.rbegin(), answer.addresses.rend());
   mState = sckConnecting;
@@ -166,7 +162,7 @@ void PosixSocket::resolved(const Resolver::Answer& answer) {
 }
 
 /// Tries the next address; the last one's failure is the connection's.
-void PosixSocket::connectNext() {
+void InetSocket::connectNext() {
   int error = 0;
   while (!mCandidates.empty()) {
     mPeer = inetAddress(mCandidates.back(), mRemotePort);
@@ -183,13 +179,13 @@ void PosixSocket::connectNext() {
   failLater(SocketError::connection(error, describe(*mPeer)));
 }
 
-void PosixSocket::failLater(const SocketError& error) {
+void InetSocket::failLater(const SocketError& error) {
   mFailure = error;
   mWatch.detach();
   mWatch.callSoon();
 }
 
-void PosixSocket::Close() {
+void InetSocket::Close() {
   if (mState == sckClosed) return;
   ++mEpoch;
   mState = sckClosed;
@@ -211,7 +207,7 @@ void PosixSocket::Close() {
 
 // --- data ---
 
-void PosixSocket::SendData(std::span<const std::uint8_t> bytes) {
+void InetSocket::SendData(std::span<const std::uint8_t> bytes) {
   if (mProtocol == sckUDPProtocol) return sendDatagram(bytes);
   switch (mState) {
     case sckResolvingHost:
@@ -234,13 +230,13 @@ void PosixSocket::SendData(std::span<const std::uint8_t> bytes) {
   }
 }
 
-std::int32_t PosixSocket::BytesReceived() {
+std::int32_t InetSocket::BytesReceived() {
   fill();
   if (unannounced() && !mDataCall.running()) mWatch.callSoon();
   return waitingBytes();
 }
 
-Bytes PosixSocket::GetData() {
+Bytes InetSocket::GetData() {
   if (mState == sckClosed || mState == sckListening)
     throw RunTimeError(ErrorNumber::wrongConnectionState,
                        "socket " + std::to_string(mIndex) + " is not open");
@@ -259,24 +255,22 @@ Bytes PosixSocket::GetData() {
   return taken;
 }
 
-bool PosixSocket::waiting() const {
+bool InetSocket::waiting() const {
   return mUdp ? !mUdp->waiting().empty() : mStream && mStream->unread() > 0;
 }
 
-std::int32_t PosixSocket::waitingBytes() const {
+std::int32_t InetSocket::waitingBytes() const {
   if (!waiting()) return 0;
   return static_cast<std::int32_t>(mUdp ? mUdp->waiting().front().bytes.size() : mStream->unread());
 }
 
-std::uint64_t PosixSocket::arrivals() const {
-  return mUdp ? mUdp->arrivals() : mStream->arrivals();
-}
+std::uint64_t InetSocket::arrivals() const { return mUdp ? mUdp->arrivals() : mStream->arrivals(); }
 
-bool PosixSocket::open() const {
+bool InetSocket::open() const {
   return mState == sckConnected || mState == sckClosing || mState == sckOpen;
 }
 
-void PosixSocket::fill() {
+void InetSocket::fill() {
   if (!open()) return;
   if (mUdp) mUdp->fill();
   if (mStream) mStream->fill();
@@ -285,7 +279,7 @@ void PosixSocket::fill() {
 
 // --- UDP ---
 
-void PosixSocket::openUdp() {
+void InetSocket::openUdp() {
   mUdp.emplace(mLocalPort);
   mAnnounced = 0;
   ++mEpoch;
@@ -293,7 +287,7 @@ void PosixSocket::openUdp() {
   updateWatch();
 }
 
-void PosixSocket::sendDatagram(std::span<const std::uint8_t> bytes) {
+void InetSocket::sendDatagram(std::span<const std::uint8_t> bytes) {
   if (mState != sckClosed && mState != sckOpen)
     throw RunTimeError(ErrorNumber::wrongConnectionState,
                        "socket " + std::to_string(mIndex) + " has failed; close it first");
@@ -310,7 +304,7 @@ void PosixSocket::sendDatagram(std::span<const std::uint8_t> bytes) {
       host, [this](const Resolver::Answer& answer) { sendHeldDatagrams(answer); });
 }
 
-void PosixSocket::sendHeldDatagrams(const Resolver::Answer& answer) {
+void InetSocket::sendHeldDatagrams(const Resolver::Answer& answer) {
   const auto held = std::exchange(mHeldDatagrams, {});
   if (answer.addresses.empty()) return failLater(notFound(toUtf8(mRemoteHost), answer));
   mPeer = inetAddress(answer.addresses.front(), mRemotePort);
@@ -323,36 +317,34 @@ void PosixSocket::sendHeldDatagrams(const Resolver::Answer& answer) {
 
 // --- events ---
 
-short PosixSocket::interest() const {
-  if (mState == sckListening) return mRequestCall.running() ? short{0} : POLLIN;
+short InetSocket::interest() const {
+  if (mState == sckListening) return mRequestCall.running() ? short{0} : Poller::readable;
   if (mUdp) return mUdp->interest();
-  if (mState == sckConnecting) return POLLOUT;
+  if (mState == sckConnecting) return Poller::writable;
   if (mState == sckConnected || mState == sckClosing) return mStream->interest();
   return 0;
 }
 
-void PosixSocket::updateWatch() {
+void InetSocket::updateWatch() {
   const short events = mFailure ? short{0} : interest();
-  mWatch.attach(events != 0 ? fd() : -1, events);
+  mWatch.attach(watchHandle(socket()), events);
   const bool endToReport = mState == sckConnected && (mStream->ended() || mStream->error() != 0);
   mWatch.callEachPass(open() && (waiting() || endToReport));
 }
 
-void PosixSocket::pump(short revents) {
+void InetSocket::pump(short found) {
   if (mFailure) return fail(*std::exchange(mFailure, {}));
   if (mState == sckListening) return offerRequest();
-  if (mState == sckConnecting && revents != 0) return finishConnecting();
-  exchange(revents != 0);
+  if (mState == sckConnecting && found != 0) return finishConnecting();
+  exchange(found != 0);
 }
 
-void PosixSocket::offerRequest() {
+void InetSocket::offerRequest() {
   if (mRequestCall.running()) return updateWatch();
   sockaddr_in peer{};
-  socklen_t size = sizeof peer;
-  FileDescriptor connection(
-      ::accept4(mListener.get(), generic(&peer), &size, SOCK_NONBLOCK | SOCK_CLOEXEC));
+  OwnedSocket connection = acceptConnection(mListener.get(), peer);
   if (!connection) {
-    if (errno == EMFILE || errno == ENFILE) {
+    if (outOfFiles(lastSocketError())) {
       mWatch.detach();  // the request stays ready: look again when files may be free
       mWatch.callAt(steady_clock::now() + outOfFilesPause);
     } else {
@@ -366,10 +358,10 @@ void PosixSocket::offerRequest() {
   raiseRequest(request);
 }
 
-void PosixSocket::raiseRequest(std::int32_t request) {
+void InetSocket::raiseRequest(std::int32_t request) {
   // However the event ends: a request that nobody took is dropped, and the next may come.
   struct Finish {
-    PosixSocket& socket;
+    InetSocket& socket;
     std::int32_t request;
     ~Finish() {
       socket.mHub->requests.erase(request);
@@ -381,7 +373,7 @@ void PosixSocket::raiseRequest(std::int32_t request) {
   if (mHub->events != nullptr) mHub->events->ConnectionRequest(mIndex, request);
 }
 
-void PosixSocket::finishConnecting() {
+void InetSocket::finishConnecting() {
   if (!mStream->finishConnect()) return connectNext();
   mState = sckConnected;
   mCandidates.clear();
@@ -394,7 +386,7 @@ void PosixSocket::finishConnecting() {
 
 /// One pass of an open socket: moves bytes both ways, then tells what happened, in the order in
 /// which it can be understood.
-void PosixSocket::exchange(bool ready) {
+void InetSocket::exchange(bool ready) {
   if (!open()) return;
   if (mStream) mStream->flush();
   if (ready) fill();
@@ -403,7 +395,7 @@ void PosixSocket::exchange(bool ready) {
 }
 
 /// Like `raiseData`, false when the handler made this connection an earlier one.
-bool PosixSocket::raiseSent() {
+bool InetSocket::raiseSent() {
   if (mSentUnreported == 0 || mHub->events == nullptr) return true;
   const auto left = mStream->unsentCount();
   if (mStream->error() != 0 || left >= mSentUnreported) return true;
@@ -416,7 +408,7 @@ bool PosixSocket::raiseSent() {
   return epoch == mEpoch;
 }
 
-bool PosixSocket::raiseData() {
+bool InetSocket::raiseData() {
   if (!waiting() || mHub->events == nullptr || mDataCall.running()) return true;
   const unsigned epoch = mEpoch;
   mAnnounced = arrivals();
@@ -432,7 +424,7 @@ bool PosixSocket::raiseData() {
   return true;
 }
 
-void PosixSocket::raiseEnd() {
+void InetSocket::raiseEnd() {
   if (!mStream) return;
   if (unannounced() && mHub->events != nullptr) return;
   if (mStream->error() != 0)
@@ -443,13 +435,14 @@ void PosixSocket::raiseEnd() {
   if (mHub->events != nullptr) mHub->events->Close(mIndex);
 }
 
-void PosixSocket::fail(const SocketError& error) {
+void InetSocket::fail(const SocketError& error) {
   mState = sckError;
   mQuery = {};
   mCandidates.clear();
   mEarly.clear();
   mHeldDatagrams.clear();
   mSentUnreported = 0;
+  mWatch.detach();
   if (mStream) mStream->close();
   mUdp.reset();
   updateWatch();

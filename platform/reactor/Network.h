@@ -1,7 +1,5 @@
 #pragma once
 
-#include <netinet/in.h>
-
 #include <functional>
 #include <list>
 #include <map>
@@ -9,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/posix/Reactor.h"
-#include "platform/posix/TcpStream.h"
+#include "platform/reactor/Reactor.h"
+#include "platform/reactor/TcpStream.h"
 
 namespace cronvel {
 
@@ -76,6 +74,7 @@ class Network {
  public:
   explicit Network(Reactor& reactorToUse)
       : reactor(reactorToUse), resolver(reactorToUse), closer(reactorToUse) {}
+  SocketLibrary library;
   Reactor& reactor;
   Resolver resolver;
   SocketCloser closer;

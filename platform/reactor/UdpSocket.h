@@ -1,12 +1,10 @@
 #pragma once
 
-#include <netinet/in.h>
-
 #include <cstdint>
 #include <deque>
 #include <span>
 
-#include "platform/posix/FileDescriptor.h"
+#include "platform/reactor/SocketApi.h"
 #include "runtime/Bytes.h"
 
 namespace cronvel {
@@ -22,7 +20,7 @@ class UdpSocket {
   /// Raises 10048 and the like.
   explicit UdpSocket(std::int32_t localPort);
 
-  int fd() const { return mFd.get(); }
+  SocketHandle socket() const { return mSocket.get(); }
   short interest() const;
   /// Raises what the network says against it.
   void sendTo(const sockaddr_in& peer, std::span<const std::uint8_t> bytes) const;
@@ -34,7 +32,7 @@ class UdpSocket {
   Datagram take();
 
  private:
-  FileDescriptor mFd;
+  OwnedSocket mSocket;
   std::deque<Datagram> mWaiting;
   std::uint64_t mArrivals = 0;
 };

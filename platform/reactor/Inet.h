@@ -1,9 +1,9 @@
 #pragma once
 
-#include <netinet/in.h>
-
 #include <cstdint>
 #include <string>
+
+#include "platform/reactor/SocketApi.h"
 
 namespace cronvel {
 
@@ -12,7 +12,7 @@ std::string dotted(in_addr host);
 /// "10.0.0.5 port 8085"
 std::string describe(const sockaddr_in& address);
 /// The port that a bound socket really uses.
-std::int32_t boundPort(int fd);
+std::int32_t boundPort(SocketHandle socket);
 /// This machine's first address other than loopback, else loopback.
 std::string localAddress();
 

@@ -1,17 +1,17 @@
 #include <algorithm>
 #include <chrono>
 
-#include "platform/posix/CallOut.h"
-#include "platform/posix/PosixParts.h"
+#include "platform/reactor/CallOut.h"
+#include "platform/reactor/Parts.h"
 
 namespace cronvel {
 namespace {
 
 using std::chrono::steady_clock;
 
-class PosixTimer : public Timer {
+class ReactorTimer : public Timer {
  public:
-  explicit PosixTimer(Reactor& reactor) : mWatch(reactor.watch([this](short) { tick(); })) {}
+  explicit ReactorTimer(Reactor& reactor) : mWatch(reactor.watch([this](short) { tick(); })) {}
 
   void Interval(std::int32_t milliseconds) override {
     mInterval = std::chrono::milliseconds(std::max(milliseconds, 1));
@@ -50,8 +50,8 @@ class PosixTimer : public Timer {
 
 }  // namespace
 
-std::unique_ptr<Timer> makePosixTimer(Reactor& reactor) {
-  return std::make_unique<PosixTimer>(reactor);
+std::unique_ptr<Timer> makeTimer(Reactor& reactor) {
+  return std::make_unique<ReactorTimer>(reactor);
 }
 
 }  // namespace cronvel

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <netinet/in.h>
-
 #include <cstdint>
 #include <span>
 
-#include "platform/posix/FileDescriptor.h"
+#include "platform/reactor/SocketApi.h"
 #include "runtime/Bytes.h"
 
 namespace cronvel {
@@ -16,10 +14,10 @@ class TcpStream {
   /// Begins to connect.
   explicit TcpStream(const sockaddr_in& peer);
   /// Of an accepted connection.
-  explicit TcpStream(FileDescriptor connected);
+  explicit TcpStream(OwnedSocket connected);
 
-  int fd() const { return mFd.get(); }
-  /// What `poll` should look for.
+  SocketHandle socket() const { return mSocket.get(); }
+  /// The reactor's events to wait for.
   short interest() const;
 
   /// For a connecting stream that became ready: whether it is connected now. If not, see `error`.
@@ -43,25 +41,26 @@ class TcpStream {
 
   /// The peer sends no more.
   bool ended() const { return mEnded; }
-  /// An `errno`; 0 while the connection is good.
+  /// A `lastSocketError`; 0 while the connection is good.
   int error() const { return mError; }
   /// Whether closing it now could destroy bytes on their way to the peer: ones not delivered yet,
   /// or delivered ones if unread input makes the system reset the connection.
   bool mustLinger() const;
-  void endSending();
+  void endSending() { cronvel::endSending(mSocket.get()); }
   /// Ends the connection; unread bytes can still be taken.
-  void close() { mFd.reset(); }
+  void close() { mSocket.reset(); }
 
  private:
   void prepare() const;
-  void received(ssize_t result);
+  void received(std::ptrdiff_t result);
   void breakOff(int error);
 
-  FileDescriptor mFd;
+  OwnedSocket mSocket;
   Bytes mQueue;
   std::size_t mSent = 0;  ///< of mQueue
   Bytes mReceived;
   std::uint64_t mArrivals = 0;
+  bool mEverSent = false;
   bool mEnded = false;
   int mError = 0;
 };

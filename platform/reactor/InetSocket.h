@@ -7,12 +7,12 @@
 #include <vector>
 
 #include "platform/Socket.h"
-#include "platform/posix/CallOut.h"
-#include "platform/posix/FileDescriptor.h"
-#include "platform/posix/Network.h"
-#include "platform/posix/SocketError.h"
-#include "platform/posix/TcpStream.h"
-#include "platform/posix/UdpSocket.h"
+#include "platform/reactor/CallOut.h"
+#include "platform/reactor/Network.h"
+#include "platform/reactor/SocketApi.h"
+#include "platform/reactor/SocketError.h"
+#include "platform/reactor/TcpStream.h"
+#include "platform/reactor/UdpSocket.h"
 
 namespace cronvel {
 
@@ -20,7 +20,7 @@ namespace cronvel {
 struct SocketHub {
   SocketEvents* events = nullptr;
   struct Request {
-    FileDescriptor connection;
+    OwnedSocket connection;
     sockaddr_in peer;
   };
   std::map<std::int32_t, Request> requests;  ///< connections on offer, by id
@@ -32,9 +32,9 @@ struct SocketHub {
 ///
 /// Handlers may do anything to the element, its destruction included: `pump` keeps it alive, and
 /// after each event `mEpoch` tells whether it is still the same connection.
-class PosixSocket : public Socket, public std::enable_shared_from_this<PosixSocket> {
+class InetSocket : public Socket, public std::enable_shared_from_this<InetSocket> {
  public:
-  PosixSocket(Network& network, std::shared_ptr<SocketHub> hub, std::int16_t index)
+  InetSocket(Network& network, std::shared_ptr<SocketHub> hub, std::int16_t index)
       : mNetwork(network), mHub(std::move(hub)), mIndex(index) {}
   /// To be called once, when a shared pointer owns the element.
   void start();
@@ -60,7 +60,7 @@ class PosixSocket : public Socket, public std::enable_shared_from_this<PosixSock
   void Close() override;
 
  private:
-  int fd() const;
+  SocketHandle socket() const;
   std::string remoteHost() const;
   void requireClosed(const char* what) const;
 
@@ -72,7 +72,7 @@ class PosixSocket : public Socket, public std::enable_shared_from_this<PosixSock
   void connectNext();
   void failLater(const SocketError& error);
 
-  void pump(short revents);
+  void pump(short found);
   void offerRequest();
   void raiseRequest(std::int32_t request);
   void finishConnecting();
@@ -104,7 +104,7 @@ class PosixSocket : public Socket, public std::enable_shared_from_this<PosixSock
   unsigned mEpoch = 0;               ///< counts openings and closings
   std::optional<sockaddr_in> mPeer;  ///< the last one known
   bool mAccepted = false;            ///< the peer came by itself
-  FileDescriptor mListener;
+  OwnedSocket mListener;
   std::optional<TcpStream> mStream;
   std::optional<UdpSocket> mUdp;
   Resolver::Query mQuery;

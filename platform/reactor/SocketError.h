@@ -11,15 +11,12 @@ struct SocketError {
   ErrorNumber number;
   std::string detail;
 
-  /// Of a TCP connection to `peer` ("10.0.0.5 port 8085"), from an `errno`.
+  /// Of a TCP connection to `peer` ("10.0.0.5 port 8085"), from a `lastSocketError`.
   static SocketError connection(int error, const std::string& peer);
-  /// Of using `port` of this machine, from an `errno`.
+  /// Of using `port` of this machine, from a `lastSocketError`.
   static SocketError localPort(int error, int port);
 
   [[noreturn]] void raise() const { throw RunTimeError(number, detail); }
 };
-
-/// The number under which hosts know a socket's `errno`.
-ErrorNumber socketErrorNumber(int error);
 
 }  // namespace cronvel

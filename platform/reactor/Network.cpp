@@ -1,15 +1,9 @@
-#include "platform/posix/Network.h"
+#include "platform/reactor/Network.h"
 
-#include <netdb.h>
-#include <sys/eventfd.h>
-
-#include <cerrno>
-#include <cstring>
 #include <mutex>
 #include <system_error>
-#include <thread>
 
-#include "platform/posix/FileDescriptor.h"
+#include "platform/reactor/SocketApi.h"
 
 namespace cronvel {
 
@@ -28,7 +22,7 @@ Resolver::Answer lookUp(const std::string& host, int flags) {
   const int error = getaddrinfo(host.c_str(), nullptr, &hints, &list);
   Resolver::Answer answer;
   if (error != 0) {
-    answer.problem = error == EAI_AGAIN ? "the name server does not answer" : gai_strerror(error);
+    answer.problem = lookUpProblem(error);
     return answer;
   }
   for (const addrinfo* each = list; each != nullptr; each = each->ai_next)
@@ -42,20 +36,16 @@ Resolver::Answer lookUp(const std::string& host, int flags) {
 /// Where the looking-up threads leave their answers. It belongs to them as well, since one of them
 /// may outlive the resolver.
 struct Resolver::Mailbox {
-  FileDescriptor bell{eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)};
   std::mutex mutex;
   std::map<unsigned, Answer> answers;
 
   void put(unsigned id, Answer answer) {
     const std::lock_guard lock(mutex);
     answers[id] = std::move(answer);
-    eventfd_write(bell.get(), 1);
   }
 
   std::map<unsigned, Answer> takeAll() {
     const std::lock_guard lock(mutex);
-    eventfd_t rings = 0;
-    eventfd_read(bell.get(), &rings);
     return std::exchange(answers, {});
   }
 };
@@ -82,11 +72,9 @@ Resolver::Query Resolver::resolve(const std::string& host, Done done) {
   query.mResolver = this;
   query.mId = mNextId++;
   mPending[query.mId] = std::move(done);
-  mWatch.attach(mMailbox->bell.get(), POLLIN);
+  mWatch.callEachPass(true);
   try {
-    std::thread([mailbox = mMailbox, id = query.mId, host] {
-      mailbox->put(id, lookUp(host, 0));
-    }).detach();
+    runDetached([mailbox = mMailbox, id = query.mId, host] { mailbox->put(id, lookUp(host, 0)); });
   } catch (const std::system_error& error) {
     mMailbox->put(query.mId, {{}, error.what()});
   }
@@ -98,7 +86,7 @@ void Resolver::deliver() {
     const auto pending = mPending.extract(id);
     if (!pending.empty()) pending.mapped()(answer);
   }
-  if (mPending.empty()) mWatch.detach();
+  if (mPending.empty()) mWatch.callEachPass(false);
 }
 
 struct SocketCloser::Lingering {
@@ -144,7 +132,7 @@ void SocketCloser::service(Entry entry) {
     mLingering.erase(entry);
     return;
   }
-  entry->watch.attach(entry->stream.fd(), entry->stream.interest());
+  entry->watch.attach(watchHandle(entry->stream.socket()), entry->stream.interest());
   entry->watch.callAt(entry->deadline);
 }
 

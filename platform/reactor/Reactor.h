@@ -1,26 +1,25 @@
 #pragma once
 
-#include <poll.h>
-
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <vector>
 
 #include "platform/MessagePump.h"
+#include "platform/reactor/Poller.h"
 
 namespace cronvel {
 
-/// The message pump of POSIX: waits for file descriptors and points in time and calls the handlers
+/// The message pump: waits for sockets and the like and for points in time and calls the handlers
 /// of those that came. Single-threaded. A handler may pump again, may end any watch (its own too)
 /// and may throw; what the pass had not reached by then comes in a later pass.
 class Reactor : public MessagePump {
   struct Source;
 
  public:
-  using TimePoint = std::chrono::steady_clock::time_point;
-  /// Gets what `poll` reported; 0 for a call that was asked for by time or for each pass.
-  using Handler = std::function<void(short revents)>;
+  using TimePoint = Poller::TimePoint;
+  /// Gets the events that were found; 0 for a call that was asked for by time or for each pass.
+  using Handler = std::function<void(short found)>;
 
   /// A handler's registration, which ends with it. The reactor outlives its watches.
   class Watch {
@@ -30,10 +29,11 @@ class Reactor : public MessagePump {
     Watch& operator=(Watch&& other) noexcept;
     ~Watch();
 
-    /// Calls the handler when the descriptor is ready for one of `events` (of `poll`; also for a
-    /// hang-up or an error). Replaces what was watched; without events nothing is.
-    void attach(int fd, short events);
-    void detach() { attach(-1, 0); }
+    /// Calls the handler when one of `events` (of `Poller`) comes on the handle, or a failure.
+    /// Replaces what was watched; without events nothing is. To be ended before the handle is
+    /// closed.
+    void attach(Poller::Handle handle, short events);
+    void detach() { attach(Poller::noHandle, 0); }
     /// Calls the handler once, in the first pass at or after `time`.
     void callAt(TimePoint time);
     void callSoon() { callAt(TimePoint::min()); }
@@ -49,7 +49,7 @@ class Reactor : public MessagePump {
     std::shared_ptr<Source> mSource;
   };
 
-  Reactor();
+  explicit Reactor(std::unique_ptr<Poller> poller);
   ~Reactor() override;
 
   [[nodiscard]] Watch watch(Handler handler);
@@ -60,14 +60,17 @@ class Reactor : public MessagePump {
  private:
   struct Ready;
 
-  void pass(TimePoint::duration longestWait);
-  TimePoint::duration untilNextCall(TimePoint now) const;
-  void pollSources(TimePoint::duration wait);
+  void pass(Poller::Duration longestWait);
+  void endPass();
+  Poller::Duration blockFor(Poller::Duration longestWait) const;
+  void pollSources(Poller::Duration wait);
   std::vector<Ready> readySources(TimePoint now) const;
   void remove(const std::shared_ptr<Source>& source);
 
+  std::unique_ptr<Poller> mPoller;
   std::vector<std::shared_ptr<Source>> mSources;
-  std::vector<pollfd> mPolls;  ///< parallel to mSources from a poll until its answers are read
+  std::vector<Poller::Item>
+      mItems;  ///< parallel to mSources from a poll until its answers are read
 };
 
 }  // namespace cronvel

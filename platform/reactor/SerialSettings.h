@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/SerialLineEnd.h"
+
+namespace cronvel {
+
+/// What a settings text such as "600,m,8,1" says.
+struct SerialSettings {
+  std::int32_t speed = 9600;
+  LineSettings::Parity parity = LineSettings::Parity::none;
+  int dataBits = 8;
+  bool longStop = false;  ///< two stop bits (with 5 data bits, one and a half)
+
+  /// Raises 380.
+  static SerialSettings parse(std::string_view text);
+
+  /// Bits that a byte takes on the wire.
+  int bitsPerByte() const;
+  /// As the subject of a sentence.
+  std::string nameOfParity() const;
+};
+
+}  // namespace cronvel

@@ -1,0 +1,330 @@
+#include <windows.h>
+
+#include <algorithm>
+#include <chrono>
+#include <deque>
+#include <memory>
+#include <vector>
+
+#include "platform/reactor/SerialDevice.h"
+#include "platform/win32/Module.h"
+#include "runtime/Bytes.h"
+
+namespace cronvel {
+namespace {
+
+using Parity = LineSettings::Parity;
+using std::chrono::steady_clock;
+
+/// Given to the driver in one piece, so that its progress shows.
+constexpr std::size_t blockSize = 256;
+/// The driver holds this much before `write` waits.
+constexpr std::int32_t unsentLimit = 4096;
+
+class OwnedHandle {
+ public:
+  explicit OwnedHandle(HANDLE handle) : mHandle(handle) {}
+  ~OwnedHandle() {
+    if (*this) CloseHandle(mHandle);
+  }
+  OwnedHandle(const OwnedHandle&) = delete;
+  OwnedHandle& operator=(const OwnedHandle&) = delete;
+  HANDLE get() const { return mHandle; }
+  explicit operator bool() const { return mHandle != nullptr && mHandle != INVALID_HANDLE_VALUE; }
+
+ private:
+  HANDLE mHandle;
+};
+
+/// Reading or writing that goes on in the driver. Its buffer stays where it is until it is over.
+class Operation {
+ public:
+  enum class State { running, done, failed };
+
+  explicit Operation(HANDLE device) : mDevice(device) {}
+  ~Operation() {
+    if (state() != State::running) return;
+    CancelIoEx(mDevice, &mOverlapped);
+    DWORD count = 0;
+    GetOverlappedResult(mDevice, &mOverlapped, &count, TRUE);
+  }
+  Operation(const Operation&) = delete;
+  Operation& operator=(const Operation&) = delete;
+
+  void read(std::size_t size) {
+    begin(Bytes(size));
+    started(ReadFile(mDevice, mBuffer.data(), static_cast<DWORD>(size), nullptr, &mOverlapped));
+  }
+  void write(std::span<const std::uint8_t> bytes) {
+    begin(Bytes(bytes.begin(), bytes.end()));
+    started(WriteFile(mDevice, mBuffer.data(), static_cast<DWORD>(mBuffer.size()), nullptr,
+                      &mOverlapped));
+  }
+
+  State state() {
+    if (mState == State::running) {
+      DWORD count = 0;
+      if (GetOverlappedResult(mDevice, &mOverlapped, &count, FALSE) != 0) {
+        mState = State::done;
+        mBuffer.resize(count);
+      } else if (GetLastError() != ERROR_IO_INCOMPLETE) {
+        failed();
+      }
+    }
+    return mState;
+  }
+  HANDLE event() const { return mEvent.get(); }
+  /// Of what is done: the bytes it moved.
+  const Bytes& bytes() const { return mBuffer; }
+  DWORD error() const { return mError; }
+
+ private:
+  void begin(Bytes buffer) {
+    mBuffer = std::move(buffer);
+    mOverlapped = {};
+    mOverlapped.hEvent = mEvent.get();
+    mState = State::running;
+  }
+  void started(BOOL ok) {
+    if (ok == 0 && GetLastError() != ERROR_IO_PENDING) {
+      failed();
+      SetEvent(mEvent.get());  // whoever waits for it has to see the failure
+    }
+  }
+  void failed() {
+    mError = GetLastError();
+    mState = State::failed;
+    mBuffer.clear();
+  }
+
+  HANDLE mDevice;
+  OwnedHandle mEvent{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  OVERLAPPED mOverlapped{};
+  Bytes mBuffer;
+  State mState = State::done;
+  DWORD mError = 0;
+};
+
+BYTE parityCode(Parity parity) {
+  switch (parity) {
+    case Parity::none:
+      return NOPARITY;
+    case Parity::odd:
+      return ODDPARITY;
+    case Parity::even:
+      return EVENPARITY;
+    case Parity::mark:
+      return MARKPARITY;
+    case Parity::space:
+      return SPACEPARITY;
+  }
+  return NOPARITY;
+}
+
+BYTE stopCode(const SerialSettings& settings) {
+  if (!settings.longStop) return ONESTOPBIT;
+  return settings.dataBits == 5 ? ONE5STOPBITS : TWOSTOPBITS;
+}
+
+/// A communication device. One byte is always being read, without a time limit: its end tells that
+/// something came, and the rest is then read in one go.
+class Win32SerialDevice : public SerialDevice {
+ public:
+  Win32SerialDevice(const std::string& path, const std::string& name);
+
+  void apply(const SerialSettings& settings, int handshaking) override;
+  void setDtr(bool on) override { EscapeCommFunction(mDevice.get(), on ? SETDTR : CLRDTR); }
+  void setRts(bool on) override { EscapeCommFunction(mDevice.get(), on ? SETRTS : CLRRTS); }
+  void setBreak(bool on) override { EscapeCommFunction(mDevice.get(), on ? SETBREAK : CLRBREAK); }
+  bool carrier() override;
+
+  void write(std::span<const std::uint8_t> bytes) override;
+  std::int32_t unsentCount() override;
+  void discardUnsent() override;
+  void finishSending() override { FlushFileBuffers(mDevice.get()); }
+
+  std::optional<std::size_t> read(std::span<std::uint8_t> room) override;
+  void discardReceived() override;
+  Poller::Handle handle() const override {
+    return reinterpret_cast<Poller::Handle>(mFirstByte.event());
+  }
+  short inputEvent() const override { return Poller::signalled; }
+
+ private:
+  [[noreturn]] void failOpening(DWORD error) const;
+  std::string missing(const SerialSettings& settings) const;
+  void forgetWritten();
+
+  OwnedHandle mDevice;
+  Operation mFirstByte{mDevice.get()};
+  std::deque<std::unique_ptr<Operation>> mWriting;
+};
+
+void Win32SerialDevice::failOpening(DWORD error) const {
+  switch (error) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+    case ERROR_INVALID_NAME:
+    case ERROR_BAD_PATHNAME:
+    case ERROR_DEV_NOT_EXIST:
+    case ERROR_NOT_READY:
+      fail(ErrorNumber::invalidPortNumber,
+           "does not exist; plug the adapter in, or choose another port number or device");
+    case ERROR_INVALID_FUNCTION:
+    case ERROR_INVALID_HANDLE:
+    case ERROR_NOT_SUPPORTED:
+      fail(ErrorNumber::invalidPortNumber,
+           "is not a serial port; choose another port number or device");
+    case ERROR_ACCESS_DENIED:
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_BUSY:
+      fail(ErrorNumber::portAlreadyOpen, "is in use by another program; end that program first");
+    default:
+      fail(ErrorNumber::hardwareNotAvailable,
+           "cannot be opened: " + systemErrorText(error) + "; check the device");
+  }
+}
+
+Win32SerialDevice::Win32SerialDevice(const std::string& path, const std::string& name)
+    : SerialDevice(name),
+      mDevice(CreateFileW(wide(path).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                          OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr)) {
+  if (!mDevice) failOpening(GetLastError());
+  COMMTIMEOUTS none{};  // reading and writing end when all bytes are through
+  if (SetCommTimeouts(mDevice.get(), &none) == 0) failOpening(GetLastError());
+}
+
+void Win32SerialDevice::apply(const SerialSettings& settings, int handshaking) {
+  DCB before{};
+  before.DCBlength = sizeof before;
+  if (GetCommState(mDevice.get(), &before) == 0)
+    fail(ErrorNumber::couldNotSetCommState,
+         "cannot be set: " + systemErrorText(GetLastError()) + "; check the cable or adapter");
+  DCB line{};
+  line.DCBlength = sizeof line;
+  line.BaudRate = static_cast<DWORD>(settings.speed);
+  line.ByteSize = static_cast<BYTE>(settings.dataBits);
+  line.Parity = parityCode(settings.parity);
+  line.StopBits = stopCode(settings);
+  line.fBinary = TRUE;
+  line.fDtrControl = before.fDtrControl;
+  line.fRtsControl =
+      before.fRtsControl == RTS_CONTROL_HANDSHAKE ? RTS_CONTROL_DISABLE : before.fRtsControl;
+  line.XonChar = 17;
+  line.XoffChar = 19;
+  line.XonLim = line.XoffLim = 512;
+  if ((handshaking & softwareHandshake) != 0) line.fInX = line.fOutX = TRUE;
+  if ((handshaking & hardwareHandshake) != 0) {
+    line.fOutxCtsFlow = TRUE;
+    line.fRtsControl = RTS_CONTROL_HANDSHAKE;
+  }
+  if (SetCommState(mDevice.get(), &line) == 0)
+    failSettings("these settings (" + systemErrorText(GetLastError()) + ")");
+  const std::string lacks = missing(settings);
+  if (lacks.empty()) return;
+  SetCommState(mDevice.get(), &before);
+  failSettings(lacks);
+}
+
+/// What the line did not take, as the subject of a sentence.
+std::string Win32SerialDevice::missing(const SerialSettings& settings) const {
+  DCB line{};
+  line.DCBlength = sizeof line;
+  if (GetCommState(mDevice.get(), &line) == 0) return {};
+  if (line.BaudRate != static_cast<DWORD>(settings.speed))
+    return "a speed of " + std::to_string(settings.speed) + " baud";
+  if (line.Parity != parityCode(settings.parity)) return settings.nameOfParity();
+  return {};
+}
+
+bool Win32SerialDevice::carrier() {
+  DWORD lines = 0;
+  return GetCommModemStatus(mDevice.get(), &lines) != 0 && (lines & MS_RLSD_ON) != 0;
+}
+
+/// Takes the writing that is over off the list.
+void Win32SerialDevice::forgetWritten() {
+  while (!mWriting.empty()) {
+    const auto state = mWriting.front()->state();
+    if (state == Operation::State::running) return;
+    const DWORD error = mWriting.front()->error();
+    mWriting.pop_front();
+    if (state == Operation::State::done) continue;
+    mWriting.clear();
+    fail(ErrorNumber::deviceIoError,
+         "does not take bytes: " + systemErrorText(error) + "; check the adapter");
+  }
+}
+
+void Win32SerialDevice::write(std::span<const std::uint8_t> bytes) {
+  auto lastProgress = steady_clock::now();
+  std::int32_t left = unsentCount();
+  while (!bytes.empty()) {
+    if (left >= unsentLimit) {
+      WaitForSingleObject(mWriting.front()->event(), 1);
+      const std::int32_t now = unsentCount();
+      if (now < left) lastProgress = steady_clock::now();
+      if (steady_clock::now() - lastProgress > stuckAfter)
+        fail(ErrorNumber::deviceIoError, "takes no bytes; check the cable and the handshaking");
+      left = now;
+      continue;
+    }
+    const auto block = bytes.first(std::min(bytes.size(), blockSize));
+    mWriting.push_back(std::make_unique<Operation>(mDevice.get()));
+    mWriting.back()->write(block);
+    bytes = bytes.subspan(block.size());
+    left = unsentCount();
+  }
+}
+
+std::int32_t Win32SerialDevice::unsentCount() {
+  forgetWritten();
+  std::size_t given = 0;
+  for (const auto& each : mWriting) given += each->bytes().size();
+  COMSTAT state{};
+  DWORD errors = 0;
+  if (ClearCommError(mDevice.get(), &errors, &state) == 0) return static_cast<std::int32_t>(given);
+  // The driver counts the block that it is in by what is left of it, and keeps none once it is out.
+  return static_cast<std::int32_t>(given == 0 ? state.cbOutQue
+                                              : std::clamp<std::size_t>(state.cbOutQue, 1, given));
+}
+
+void Win32SerialDevice::discardUnsent() {
+  PurgeComm(mDevice.get(), PURGE_TXABORT | PURGE_TXCLEAR);
+  mWriting.clear();
+}
+
+std::optional<std::size_t> Win32SerialDevice::read(std::span<std::uint8_t> room) {
+  if (mFirstByte.state() == Operation::State::failed) return std::nullopt;
+  if (mFirstByte.state() == Operation::State::running) return 0;
+  std::size_t count = 0;
+  const auto take = [&](const Bytes& bytes) {
+    std::ranges::copy(bytes, room.begin() + static_cast<std::ptrdiff_t>(count));
+    count += bytes.size();
+  };
+  take(mFirstByte.bytes());
+  COMSTAT state{};
+  DWORD errors = 0;
+  if (ClearCommError(mDevice.get(), &errors, &state) != 0 && state.cbInQue > 0) {
+    Operation rest(mDevice.get());
+    rest.read(std::min<std::size_t>(state.cbInQue, room.size() - count));
+    WaitForSingleObject(rest.event(), 1000);
+    if (rest.state() == Operation::State::done) take(rest.bytes());
+  }
+  mFirstByte.read(1);
+  return count;
+}
+
+/// The first call begins the reading.
+void Win32SerialDevice::discardReceived() {
+  PurgeComm(mDevice.get(), PURGE_RXCLEAR);
+  if (mFirstByte.state() == Operation::State::done) mFirstByte.read(1);
+}
+
+}  // namespace
+
+std::unique_ptr<SerialDevice> openSerialDevice(const std::string& path, const std::string& name) {
+  return std::make_unique<Win32SerialDevice>(path, name);
+}
+
+}  // namespace cronvel

@@ -1,0 +1,240 @@
+#pragma once
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+#include <ocidl.h>
+#include <ole2.h>
+#include <oleauto.h>
+#include <olectl.h>
+#include <wrl/client.h>
+
+#include <functional>
+#include <initializer_list>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "CronvelOCX.h"
+
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"  // COM objects end by Release
+
+// A host of the control's for tests: a small container with everything that foreign containers
+// leave out, counting sinks, and calls by name as scripts make them.
+
+namespace cronvel::activex::test {
+
+using Microsoft::WRL::ComPtr;
+
+/// A COM object of a test's; it must be let go of by everyone before the test ends.
+template <typename... Interfaces>
+class TestObject : public Interfaces... {
+ public:
+  TestObject() = default;
+  ~TestObject() { EXPECT_EQ(mReferences, 0u) << "something still holds a test's object"; }
+  TestObject(const TestObject&) = delete;
+  TestObject& operator=(const TestObject&) = delete;
+  STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+    *object = nullptr;
+    if (iid == IID_IUnknown) *object = first<Interfaces...>();
+    ((iid == __uuidof(Interfaces) ? *object = static_cast<Interfaces*>(this) : nullptr), ...);
+    if (*object == nullptr) *object = other(iid);
+    if (*object == nullptr) return E_NOINTERFACE;
+    ++mReferences;
+    return S_OK;
+  }
+  STDMETHODIMP_(ULONG) AddRef() override { return ++mReferences; }
+  STDMETHODIMP_(ULONG) Release() override { return --mReferences; }
+
+ protected:
+  virtual void* other(REFIID) { return nullptr; }
+
+ private:
+  template <typename First, typename...>
+  First* first() {
+    return this;
+  }
+  ULONG mReferences = 0;
+};
+
+/// A value for a call: by-value numbers, texts, arrays.
+struct Value : VARIANT {
+  Value() { VariantInit(this); }
+  Value(const Value& other) : Value() { VariantCopy(this, &other); }
+  Value& operator=(const Value& other) {
+    VariantCopy(this, &other);
+    return *this;
+  }
+  ~Value() { VariantClear(this); }
+  Value(int number) : Value() {
+    vt = VT_I4;
+    lVal = number;
+  }
+  Value(bool flag) : Value() {
+    vt = VT_BOOL;
+    boolVal = flag ? VARIANT_TRUE : VARIANT_FALSE;
+  }
+  Value(const wchar_t* text) : Value() {
+    vt = VT_BSTR;
+    bstrVal = SysAllocString(text);
+  }
+  /// A script's variable that holds `value`.
+  static Value variable(VARIANT& value) {
+    Value reference;
+    reference.vt = VT_BYREF | VT_VARIANT;
+    reference.pvarVal = &value;
+    return reference;
+  }
+  /// A script's array.
+  static Value array(std::initializer_list<Value> elements) {
+    Value made;
+    made.vt = VT_ARRAY | VT_VARIANT;
+    made.parray = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(elements.size()));
+    LONG at = 0;
+    for (const Value& element : elements) {
+      SafeArrayPutElement(made.parray, &at, const_cast<Value*>(&element));
+      ++at;
+    }
+    return made;
+  }
+};
+
+/// What a late-bound call ended with.
+struct Outcome {
+  HRESULT result = S_OK;
+  int number = 0;  ///< the run-time error's number, 0 for none
+  std::wstring text;
+  std::wstring source;
+  Value value;
+};
+
+/// The module, loaded from the path that CRONVEL_OCX names, and a control made by its class
+/// factory. When the test is over nothing of it may be left, and it must really unload.
+class ControlTest : public testing::Test {
+ protected:
+  ControlTest();
+  ~ControlTest() override;
+
+  ComPtr<IUnknown> create(IUnknown* outer = nullptr) const;
+  /// An object of another class of the module.
+  HRESULT createClass(REFCLSID clsid, REFIID iid, void** object) const;
+  bool canUnload() const;
+
+  /// Gets, sets, calls by name. Arguments in their order.
+  Outcome invoke(const wchar_t* name, WORD flags, std::initializer_list<Value> arguments = {});
+  Outcome get(const wchar_t* name) { return invoke(name, DISPATCH_PROPERTYGET); }
+  Outcome put(const wchar_t* name, const Value& value) {
+    return invoke(name, DISPATCH_PROPERTYPUT, {value});
+  }
+  Outcome call(const wchar_t* name, std::initializer_list<Value> arguments = {}) {
+    return invoke(name, DISPATCH_METHOD | DISPATCH_PROPERTYGET, arguments);
+  }
+  std::wstring text(const wchar_t* name);
+
+  template <typename Interface>
+  ComPtr<Interface> as() const {
+    ComPtr<Interface> found;
+    EXPECT_EQ(control.As(&found), S_OK);
+    return found;
+  }
+
+  /// The host's own message loop, until something is reached or some seconds have gone by.
+  static bool pumpUntil(const std::function<bool()>& reached, int milliseconds = 8000);
+  static void pumpFor(int milliseconds) {
+    pumpUntil([] { return false; }, milliseconds);
+  }
+
+  HMODULE module = nullptr;
+  ComPtr<IUnknown> control;
+};
+
+/// A form's place for a control.
+class TestSite final : public TestObject<IOleClientSite, IOleInPlaceSite, IDispatch> {
+ public:
+  std::optional<bool> userMode;  ///< what the form says; nothing where it does not tell
+  HWND window = nullptr;
+  RECT position{10, 10, 170, 60};
+  int saves = 0, activations = 0, deactivations = 0;
+
+  STDMETHODIMP SaveObject() override {
+    ++saves;
+    return S_OK;
+  }
+  STDMETHODIMP GetMoniker(DWORD, DWORD, IMoniker**) override { return E_NOTIMPL; }
+  STDMETHODIMP GetContainer(IOleContainer**) override { return E_NOTIMPL; }
+  STDMETHODIMP ShowObject() override { return S_OK; }
+  STDMETHODIMP OnShowWindow(BOOL) override { return S_OK; }
+  STDMETHODIMP RequestNewObjectLayout() override { return E_NOTIMPL; }
+
+  STDMETHODIMP GetWindow(HWND* parent) override {
+    *parent = window;
+    return S_OK;
+  }
+  STDMETHODIMP ContextSensitiveHelp(BOOL) override { return E_NOTIMPL; }
+  STDMETHODIMP CanInPlaceActivate() override { return S_OK; }
+  STDMETHODIMP OnInPlaceActivate() override {
+    ++activations;
+    return S_OK;
+  }
+  STDMETHODIMP OnUIActivate() override { return S_OK; }
+  STDMETHODIMP GetWindowContext(IOleInPlaceFrame** frame, IOleInPlaceUIWindow** document,
+                                LPRECT place, LPRECT clip, LPOLEINPLACEFRAMEINFO) override {
+    *frame = nullptr;
+    *document = nullptr;
+    *place = *clip = position;
+    return S_OK;
+  }
+  STDMETHODIMP Scroll(SIZE) override { return E_NOTIMPL; }
+  STDMETHODIMP OnUIDeactivate(BOOL) override { return S_OK; }
+  STDMETHODIMP OnInPlaceDeactivate() override {
+    ++deactivations;
+    return S_OK;
+  }
+  STDMETHODIMP DiscardUndoState() override { return E_NOTIMPL; }
+  STDMETHODIMP DeactivateAndUndo() override { return E_NOTIMPL; }
+  STDMETHODIMP OnPosRectChange(LPCRECT) override { return S_OK; }
+
+  STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+  STDMETHODIMP Invoke(DISPID property, REFIID, LCID, WORD, DISPPARAMS*, VARIANT* value, EXCEPINFO*,
+                      UINT*) override {
+    if (property != DISPID_AMBIENT_USERMODE || !userMode) return DISP_E_MEMBERNOTFOUND;
+    value->vt = VT_BOOL;
+    value->boolVal = *userMode ? VARIANT_TRUE : VARIANT_FALSE;
+    return S_OK;
+  }
+};
+
+/// A sink of the control's events: counts them and hands them on.
+class TestSink final : public TestObject<IDispatch> {
+ public:
+  std::map<DISPID, int> counts;
+  std::vector<DISPID> order;
+  std::function<void(DISPID, DISPPARAMS&)> onEvent;
+  HRESULT answer = S_OK;
+
+  STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+  STDMETHODIMP Invoke(DISPID event, REFIID, LCID, WORD, DISPPARAMS* parameters, VARIANT*,
+                      EXCEPINFO*, UINT*) override {
+    ++counts[event];
+    order.push_back(event);
+    if (onEvent) onEvent(event, *parameters);
+    return answer;
+  }
+};
+
+inline ComPtr<IConnectionPoint> pointOf(IUnknown* object, REFIID iid) {
+  ComPtr<IConnectionPointContainer> container;
+  ComPtr<IConnectionPoint> point;
+  object->QueryInterface(IID_PPV_ARGS(&container));
+  if (container) container->FindConnectionPoint(iid, &point);
+  return point;
+}
+
+constexpr HRESULT runTimeError(int number) { return static_cast<HRESULT>(0x800A0000 + number); }
+
+}  // namespace cronvel::activex::test

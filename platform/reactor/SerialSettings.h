@@ -22,6 +22,8 @@ struct SerialSettings {
   int bitsPerByte() const;
   /// As the subject of a sentence.
   std::string nameOfParity() const;
+
+  bool operator==(const SerialSettings&) const = default;
 };
 
 }  // namespace cronvel

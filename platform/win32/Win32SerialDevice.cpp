@@ -126,6 +126,21 @@ BYTE stopCode(const SerialSettings& settings) {
   return settings.dataBits == 5 ? ONE5STOPBITS : TWOSTOPBITS;
 }
 
+/// Bytes pass unchanged both ways, without handshaking.
+DCB frameOf(const SerialSettings& settings) {
+  DCB line{};
+  line.DCBlength = sizeof line;
+  line.BaudRate = static_cast<DWORD>(settings.speed);
+  line.ByteSize = static_cast<BYTE>(settings.dataBits);
+  line.Parity = parityCode(settings.parity);
+  line.StopBits = stopCode(settings);
+  line.fBinary = TRUE;
+  line.XonChar = 17;
+  line.XoffChar = 19;
+  line.XonLim = line.XoffLim = 512;
+  return line;
+}
+
 /// A communication device. One byte is always being read, without a time limit: its end tells that
 /// something came, and the rest is then read in one go.
 class Win32SerialDevice : public SerialDevice {
@@ -152,10 +167,18 @@ class Win32SerialDevice : public SerialDevice {
 
  private:
   [[noreturn]] void failOpening(DWORD error) const;
+  bool set(DCB line) const;
   std::string missing(const SerialSettings& settings) const;
   void forgetWritten();
 
+  struct Applied {
+    SerialSettings settings;
+    int handshaking;
+    bool operator==(const Applied&) const = default;
+  };
+
   OwnedHandle mDevice;
+  std::optional<Applied> mApplied;
   Operation mFirstByte{mDevice.get()};
   std::deque<std::unique_ptr<Operation>> mWriting;
 };
@@ -195,35 +218,40 @@ Win32SerialDevice::Win32SerialDevice(const std::string& path, const std::string&
 }
 
 void Win32SerialDevice::apply(const SerialSettings& settings, int handshaking) {
+  if (mApplied == Applied{settings, handshaking}) return;
+  mApplied.reset();
   DCB before{};
   before.DCBlength = sizeof before;
   if (GetCommState(mDevice.get(), &before) == 0)
     fail(ErrorNumber::couldNotSetCommState,
          "cannot be set: " + systemErrorText(GetLastError()) + "; check the cable or adapter");
-  DCB line{};
-  line.DCBlength = sizeof line;
-  line.BaudRate = static_cast<DWORD>(settings.speed);
-  line.ByteSize = static_cast<BYTE>(settings.dataBits);
-  line.Parity = parityCode(settings.parity);
-  line.StopBits = stopCode(settings);
-  line.fBinary = TRUE;
+  DCB line = frameOf(settings);
   line.fDtrControl = before.fDtrControl;
   line.fRtsControl =
       before.fRtsControl == RTS_CONTROL_HANDSHAKE ? RTS_CONTROL_DISABLE : before.fRtsControl;
-  line.XonChar = 17;
-  line.XoffChar = 19;
-  line.XonLim = line.XoffLim = 512;
   if ((handshaking & softwareHandshake) != 0) line.fInX = line.fOutX = TRUE;
   if ((handshaking & hardwareHandshake) != 0) {
     line.fOutxCtsFlow = TRUE;
     line.fRtsControl = RTS_CONTROL_HANDSHAKE;
   }
-  if (SetCommState(mDevice.get(), &line) == 0)
-    failSettings("these settings (" + systemErrorText(GetLastError()) + ")");
-  const std::string lacks = missing(settings);
-  if (lacks.empty()) return;
-  SetCommState(mDevice.get(), &before);
-  failSettings(lacks);
+  std::string lacks;
+  if (!set(line))
+    lacks = "these settings (" + systemErrorText(GetLastError()) + ")";
+  else
+    lacks = missing(settings);
+  if (!lacks.empty()) {
+    SetCommState(mDevice.get(), &before);
+    failSettings(lacks);
+  }
+  mApplied = Applied{settings, handshaking};
+}
+
+/// A line without hardware can refuse a parity that it has already; coming from none it takes it.
+bool Win32SerialDevice::set(DCB line) const {
+  if (SetCommState(mDevice.get(), &line) != 0) return true;
+  DCB plain = line;
+  plain.Parity = NOPARITY;
+  return SetCommState(mDevice.get(), &plain) != 0 && SetCommState(mDevice.get(), &line) != 0;
 }
 
 /// What the line did not take, as the subject of a sentence.
@@ -233,7 +261,9 @@ std::string Win32SerialDevice::missing(const SerialSettings& settings) const {
   if (GetCommState(mDevice.get(), &line) == 0) return {};
   if (line.BaudRate != static_cast<DWORD>(settings.speed))
     return "a speed of " + std::to_string(settings.speed) + " baud";
-  if (line.Parity != parityCode(settings.parity)) return settings.nameOfParity();
+  // A line without hardware has a code of its own for a parity that it cannot name.
+  if (line.Parity <= SPACEPARITY && line.Parity != parityCode(settings.parity))
+    return settings.nameOfParity();
   return {};
 }
 

@@ -1,13 +1,10 @@
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <stdexcept>
 #include <utility>
 #include <vector>
 
+#include "platform/reactor/Inet.h"
+#include "platform/reactor/SocketApi.h"
 #include "runtime/Text.h"
 #include "tests/platform/PlatformTest.h"
 
@@ -84,16 +81,15 @@ class SocketTest : public PlatformTest {
     EXPECT_TRUE(pumpUntil([&] { return bothConnected(); }));
   }
   /// A peer outside the array, to misbehave with.
-  int rawPeer() {
+  OwnedSocket rawPeer() {
     server().Listen();
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in to{};
-    to.sin_family = AF_INET;
-    to.sin_port = htons(static_cast<std::uint16_t>(server().LocalPort()));
-    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    EXPECT_EQ(::connect(fd, reinterpret_cast<sockaddr*>(&to), sizeof to), 0);
+    in_addr here{};
+    here.s_addr = htonl(INADDR_LOOPBACK);
+    const sockaddr_in to = inetAddress(here, server().LocalPort());
+    OwnedSocket peer(::socket(AF_INET, SOCK_STREAM, 0));
+    EXPECT_EQ(::connect(peer.get(), generic(&to), sizeof to), 0);
     EXPECT_TRUE(pumpUntil([&] { return server().State() == sckConnected; }));
-    return fd;
+    return peer;
   }
   static Bytes pattern(std::size_t size) {
     Bytes bytes(size);
@@ -290,16 +286,16 @@ TEST_F(SocketTest, DataIsAnnouncedUntilTakenAndNeverNested) {
 }
 
 TEST_F(SocketTest, AllDataIsAnnouncedBeforeThePeersEnd) {
-  const int peer = rawPeer();
+  OwnedSocket peer = rawPeer();
   events.onData = [&](std::int16_t, std::int32_t total) {
     events.log.push_back("data " + std::to_string(total));
     if (total != 3) return;
-    EXPECT_EQ(::write(peer, "de", 2), 2);
-    ::close(peer);
+    EXPECT_EQ(sendSome(peer.get(), Bytes{'d', 'e'}), 2);
+    peer.reset();
     pumpFor(5);  // the end is seen here, with bytes before it that were not announced yet
     EXPECT_EQ(server().State(), sckConnected);
   };
-  EXPECT_EQ(::write(peer, "abc", 3), 3);
+  EXPECT_EQ(sendSome(peer.get(), Bytes{'a', 'b', 'c'}), 3);
   EXPECT_TRUE(pumpUntil([&] { return server().State() == sckClosing; }));
   EXPECT_EQ(events.log, (std::vector<std::string>{"request 0", "data 3", "data 5", "close 0"}));
   EXPECT_EQ(server().GetData(), (Bytes{'a', 'b', 'c', 'd', 'e'}));
@@ -307,10 +303,10 @@ TEST_F(SocketTest, AllDataIsAnnouncedBeforeThePeersEnd) {
 }
 
 TEST_F(SocketTest, AResetIsAnError) {
-  const int peer = rawPeer();
+  OwnedSocket peer = rawPeer();
   const linger hard{1, 0};
-  setsockopt(peer, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
-  ::close(peer);
+  setOption(peer.get(), SOL_SOCKET, SO_LINGER, hard);
+  peer.reset();
   EXPECT_TRUE(pumpUntil([&] { return server().State() == sckError; }));
   EXPECT_TRUE(events.has("error 10054 0"));
   server().Close();

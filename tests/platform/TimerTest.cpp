@@ -1,10 +1,7 @@
-#include <csignal>
 #include <ctime>
 #include <stdexcept>
 
 #include "tests/platform/PlatformTest.h"
-
-#include <sys/time.h>
 
 namespace cronvel {
 namespace {
@@ -67,19 +64,6 @@ TEST_F(TimerTest, ItsHandlerMayDestroyItOrThrow) {
   timer->Enabled(true);
   EXPECT_THROW(pumpFor(1000), std::runtime_error);
   EXPECT_TRUE(pumpUntil([&] { return ticks == 2; }));
-}
-
-TEST_F(TimerTest, SleepResumesAfterASignalAndThePumpReturns) {
-  struct sigaction action {};
-  action.sa_handler = [](int) {};
-  sigaction(SIGALRM, &action, nullptr);
-  const itimerval often{{0, 3000}, {0, 3000}}, never{};
-  setitimer(ITIMER_REAL, &often, nullptr);
-  const auto start = Steady::now();
-  platform->clock().sleep(20);
-  EXPECT_GE(Steady::now() - start, Milliseconds(20));
-  pumpFor(20);
-  setitimer(ITIMER_REAL, &never, nullptr);
 }
 
 TEST_F(TimerTest, TheClockIsTheLocalTimeOfDay) {

@@ -27,7 +27,11 @@ ScriptHost::ScriptHost(std::wstring shownName, std::filesystem::path path,
 int ScriptHost::run(const std::wstring& source) {
   mWScript.Attach(new WScriptObject(*this));
   const HRESULT result = start(source);
-  if (FAILED(result)) fail(L"the script engine", result);
+  if (FAILED(result) && !mReported && !mEnding) {
+    EXCEPINFO exception{};
+    exception.scode = result;
+    report(0, 0, L"script engine", exception);
+  }
   close();
   return mExitCode;
 }
@@ -96,20 +100,19 @@ void ScriptHost::end(int code) {
 }
 
 void ScriptHost::fail(const std::wstring& source, HRESULT code, EXCEPINFO* exception) {
-  EXCEPINFO plain{};
-  EXCEPINFO& told = exception != nullptr ? *exception : plain;
-  if (told.scode == 0) told.scode = code;
-  if (!mReported && !mEnding) report(0, 0, source, told);
-  if (mEngine.Get() != nullptr && !mSinks.empty()) {
-    end(cErrorExit);
-  } else if (!std::exchange(mEnding, true)) {
-    mExitCode = cErrorExit;
+  if (!mReported && !mEnding) {
+    EXCEPINFO plain{};
+    EXCEPINFO& told = exception != nullptr ? *exception : plain;
+    if (told.scode == 0 && told.wCode == 0) told.scode = code;
+    report(0, 0, source, told);
   }
+  end(cErrorExit);
 }
 
 void ScriptHost::report(unsigned long line, long column, const std::wstring& source,
                         EXCEPINFO& exception) {
   mReported = true;
+  mExitCode = cErrorExit;
   if (exception.pfnDeferredFillIn != nullptr) exception.pfnDeferredFillIn(&exception);
   const HRESULT code = exception.scode != 0 ? exception.scode : exception.wCode;
   std::wstring told = take(exception.bstrSource);
@@ -180,7 +183,6 @@ HRESULT ScriptHost::OnScriptError(IActiveScriptError* error) {
   error->GetExceptionInfo(&exception);
   error->GetSourcePosition(&context, &line, &column);
   report(line + 1, column + 1, {}, exception);
-  mExitCode = cErrorExit;
   return S_OK;
 }
 

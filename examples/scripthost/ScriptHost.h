@@ -67,7 +67,8 @@ class ScriptHost : public IActiveScriptSite, public IActiveScriptSiteWindow {
 
  private:
   HRESULT start(const std::wstring& source);
-  /// Frees the texts in `exception`.
+  /// Says the error, an empty `source` being the one in `exception`, and sets the exit code. Line
+  /// and column count from 1, 0 where they are not known. Frees the texts in `exception`.
   void report(unsigned long line, long column, const std::wstring& source, EXCEPINFO& exception);
   void close();
 

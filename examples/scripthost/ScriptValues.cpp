@@ -1,5 +1,6 @@
 #include "examples/scripthost/ScriptValues.h"
 
+#include <climits>
 #include <cstddef>
 #include <cstring>
 #include <vector>
@@ -68,9 +69,11 @@ HRESULT widenForScript(Variant& value) {
     case VT_UI4:
     case VT_UINT:
     case VT_I8:
-    case VT_UI8:
-      if (SUCCEEDED(convert(value, value, VT_I4))) return S_OK;
-      return convert(value, value, VT_R8);
+    case VT_UI8: {
+      const HRESULT result = convert(value, value, VT_R8);
+      if (FAILED(result) || value.dblVal < LONG_MIN || value.dblVal > LONG_MAX) return result;
+      return convert(value, value, VT_I4);
+    }
     default:
       return S_OK;
   }

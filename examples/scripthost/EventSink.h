@@ -58,7 +58,7 @@ class EventSink : public IDispatch {
   HRESULT callScript(const std::wstring& name, DISPID procedure, DISPPARAMS& parameters,
                      VARIANT* result);
 
-  ULONG mReferences = 1;
+  ULONG mReferences = 0;
   /// Null once disconnected.
   ScriptHost* mHost;
   EventSet mEvents;

@@ -25,7 +25,7 @@ ScriptHost::ScriptHost(std::wstring shownName, std::filesystem::path path,
     : mShownName(std::move(shownName)), mPath(std::move(path)), mArguments(std::move(arguments)) {}
 
 int ScriptHost::run(const std::wstring& source) {
-  mWScript.Attach(new WScriptObject(*this));
+  mWScript = ComPtr<IDispatch>(new WScriptObject(*this));
   const HRESULT result = start(source);
   if (FAILED(result) && !mReported && !mEnding) {
     EXCEPINFO exception{};
@@ -76,8 +76,8 @@ void ScriptHost::sleep(std::chrono::milliseconds time) {
 }
 
 void ScriptHost::connect(IUnknown* object, const std::wstring& prefix) {
-  ComPtr<EventSink> sink;
-  sink.Attach(new EventSink(*this, eventsOf(object), prefix));
+  // No Attach(): the one of mingw-w64 adds a reference.
+  const ComPtr<EventSink> sink(new EventSink(*this, eventsOf(object), prefix));
   sink->connect(object);
   mSinks.push_back(sink);
 }

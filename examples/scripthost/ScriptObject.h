@@ -65,7 +65,7 @@ class ScriptObject : public IDispatch {
   virtual Variant call(DISPID id, const Arguments& arguments) = 0;
 
  private:
-  ULONG mReferences = 1;
+  ULONG mReferences = 0;
   const wchar_t* mSource;
   std::span<const Member> mMembers;
 };

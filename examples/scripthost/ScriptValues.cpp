@@ -184,6 +184,7 @@ Variant::Variant(long number) : Variant() {
 Variant::Variant(IDispatch* object) : Variant() {
   vt = VT_DISPATCH;
   pdispVal = object;
+  if (object != nullptr) object->AddRef();
 }
 
 Variant::Variant(Variant&& other) noexcept : VARIANT(other.release()) {}

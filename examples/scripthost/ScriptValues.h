@@ -15,7 +15,7 @@ class Variant : public VARIANT {
   Variant() { VariantInit(this); }
   explicit Variant(std::wstring_view text);
   explicit Variant(long number);
-  /// Takes over the caller's reference.
+  /// Adds a reference.
   explicit Variant(IDispatch* object);
   Variant(Variant&& other) noexcept;
   Variant& operator=(Variant&& other) noexcept;

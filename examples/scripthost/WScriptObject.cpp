@@ -212,7 +212,7 @@ Variant WScriptObject::createObject(const Arguments& arguments) {
     throw ScriptError{result,
                       L"cannot create an object named \"" + name + L"\": " + systemText(result)};
   if (arguments.size() == 2) mHost.connect(object.Get(), toText(arguments[1]));
-  return Variant(object.Detach());
+  return Variant(object.Get());
 }
 
 }  // namespace cronvel::scripthost

@@ -1,4 +1,5 @@
-// The object of Source.idl. Its second class tells nothing about itself but by its type library.
+// The object of Source.idl; it says on standard output when it is released. Its second class tells
+// nothing about itself but by its type library.
 
 #include <windows.h>
 
@@ -37,7 +38,11 @@ class EventSource : public ISource,
                     public IProvideClassInfo2 {
  public:
   explicit EventSource(bool silent) : mSilent(silent), mType(typeOf(__uuidof(ISource))) {}
-  virtual ~EventSource() { stop(); }
+  virtual ~EventSource() {
+    stop();
+    DWORD written = 0;
+    WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), "released\n", 9, &written, nullptr);
+  }
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
     *object = nullptr;
@@ -219,7 +224,7 @@ class EventSource : public ISource,
     mWindow = nullptr;
   }
 
-  ULONG mReferences = 1;
+  ULONG mReferences = 0;
   bool mSilent;
   ComPtr<ITypeInfo> mType;
   ComPtr<IDispatch> mSink;
@@ -237,8 +242,7 @@ class Factory : public IClassFactory {
   ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
   ULONG STDMETHODCALLTYPE Release() override { return 1; }
   HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID iid, void** object) override {
-    ComPtr<ISource> source;
-    source.Attach(new EventSource(mSilent));
+    const ComPtr<ISource> source(new EventSource(mSilent));
     return source->QueryInterface(iid, object);
   }
   HRESULT STDMETHODCALLTYPE LockServer(WINBOOL) override { return S_OK; }

@@ -13,6 +13,8 @@
 '> 4321
 '> other 4
 '> 4321
+'> released
+'> released
 '= 0
 ' Every kind of argument there and back; events while the script sleeps.
 Option Explicit

@@ -177,11 +177,20 @@ class Win32SerialDevice : public SerialDevice {
     bool operator==(const Applied&) const = default;
   };
 
+  DWORD mOpenError = 0;
   OwnedHandle mDevice;
   std::optional<Applied> mApplied;
   Operation mFirstByte{mDevice.get()};
   std::deque<std::unique_ptr<Operation>> mWriting;
 };
+
+HANDLE openDevice(const std::string& path, DWORD& error) {
+  const std::wstring file = wide(path);
+  const HANDLE device = CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
+  error = GetLastError();  // at once: even an allocation can clear it
+  return device;
+}
 
 void Win32SerialDevice::failOpening(DWORD error) const {
   switch (error) {
@@ -209,10 +218,8 @@ void Win32SerialDevice::failOpening(DWORD error) const {
 }
 
 Win32SerialDevice::Win32SerialDevice(const std::string& path, const std::string& name)
-    : SerialDevice(name),
-      mDevice(CreateFileW(wide(path).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                          OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr)) {
-  if (!mDevice) failOpening(GetLastError());
+    : SerialDevice(name), mDevice(openDevice(path, mOpenError)) {
+  if (!mDevice) failOpening(mOpenError);
   COMMTIMEOUTS none{};  // reading and writing end when all bytes are through
   if (SetCommTimeouts(mDevice.get(), &none) == 0) failOpening(GetLastError());
 }

@@ -111,11 +111,12 @@ TEST_F(HostLoopTest, TimersAndTheSerialPortWorkAndRestCostsNothing) {
   EXPECT_TRUE(hostUntil([&] { return ticks == 5; }));
 }
 
+int hostTicks = 0;
+void CALLBACK countTick(HWND, UINT, UINT_PTR, DWORD) { ++hostTicks; }
+
 TEST_F(HostLoopTest, ItsMessagesAreDispatchedWhileThePumpIsUsed) {
-  int hostTicks = 0;
-  static int* counter = nullptr;
-  counter = &hostTicks;
-  const UINT_PTR tick = SetTimer(nullptr, 0, 10, [](HWND, UINT, UINT_PTR, DWORD) { ++*counter; });
+  hostTicks = 0;
+  const UINT_PTR tick = SetTimer(nullptr, 0, 10, &countTick);
   EXPECT_TRUE(pumpUntil([&] { return hostTicks >= 3; }));
   KillTimer(nullptr, tick);
   EXPECT_LT(passesIn(50), 60);

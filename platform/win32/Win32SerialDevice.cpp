@@ -166,6 +166,7 @@ class Win32SerialDevice : public SerialDevice {
   short inputEvent() const override { return Poller::signalled; }
 
  private:
+  HANDLE open(const std::string& path) const;
   [[noreturn]] void failOpening(DWORD error) const;
   bool set(DCB line) const;
   std::string missing(const SerialSettings& settings) const;
@@ -177,20 +178,11 @@ class Win32SerialDevice : public SerialDevice {
     bool operator==(const Applied&) const = default;
   };
 
-  DWORD mOpenError = 0;
   OwnedHandle mDevice;
   std::optional<Applied> mApplied;
   Operation mFirstByte{mDevice.get()};
   std::deque<std::unique_ptr<Operation>> mWriting;
 };
-
-HANDLE openDevice(const std::string& path, DWORD& error) {
-  const std::wstring file = wide(path);
-  const HANDLE device = CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                                    OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
-  error = GetLastError();  // at once: even an allocation can clear it
-  return device;
-}
 
 void Win32SerialDevice::failOpening(DWORD error) const {
   switch (error) {
@@ -217,9 +209,16 @@ void Win32SerialDevice::failOpening(DWORD error) const {
   }
 }
 
+HANDLE Win32SerialDevice::open(const std::string& path) const {
+  const std::wstring name = wide(path);
+  const HANDLE device = CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
+  if (device == INVALID_HANDLE_VALUE) failOpening(GetLastError());
+  return device;
+}
+
 Win32SerialDevice::Win32SerialDevice(const std::string& path, const std::string& name)
-    : SerialDevice(name), mDevice(openDevice(path, mOpenError)) {
-  if (!mDevice) failOpening(mOpenError);
+    : SerialDevice(name), mDevice(open(path)) {
   COMMTIMEOUTS none{};  // reading and writing end when all bytes are through
   if (SetCommTimeouts(mDevice.get(), &none) == 0) failOpening(GetLastError());
 }

@@ -1,0 +1,5 @@
+'! syntax-error.vbs(5, *
+'= 2
+WScript.Echo "not run"
+Dim x
+Dim = 3

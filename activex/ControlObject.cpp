@@ -58,24 +58,21 @@ STDMETHODIMP_(ULONG) ControlObject::AddRef() { return ++mReferences; }
 
 STDMETHODIMP_(ULONG) ControlObject::Release() {
   const ULONG left = --mReferences;
-  if (left == 0 && mBusy == 0) endWhenIdle(Busy::With::call);
+  if (left == 0 && mBusy == 0) end();
   return left;
 }
 
-ControlObject::Busy::Busy(ControlObject& control, With with) : mControl(control), mWith(with) {
-  ++mControl.mBusy;
-}
+ControlObject::Busy::Busy(ControlObject& control) : mControl(control) { ++mControl.mBusy; }
 
 ControlObject::Busy::~Busy() {
-  if (--mControl.mBusy == 0 && mControl.released()) mControl.endWhenIdle(mWith);
+  if (--mControl.mBusy == 0 && mControl.released()) mControl.end();
 }
 
-/// A call is the outermost thing that the control does. An event is raised from inside a pump pass,
-/// which still stands on the control when the event is over.
-void ControlObject::endWhenIdle(Busy::With last) {
+void ControlObject::end() {
   if (mEndAsked) return;
   mEndAsked = true;
-  if (last == Busy::With::event) return endLater();
+  // An event is raised from inside a pump pass, which goes on with the control afterwards.
+  if (mPlatform && mPlatform->messagePump().inPass()) return endLater();
   delete this;
 }
 
@@ -84,13 +81,15 @@ void ControlObject::endLater() {
   HWND window = CreateWindowExW(0, endClass, nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
                                 module::instance(), nullptr);
   SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
-  PostMessageW(window, WM_APP, 0, 0);
+  SetTimer(window, 1, USER_TIMER_MINIMUM, nullptr);
 }
 
+/// The host's message loop may itself run inside the pass, so each tick looks again.
 LRESULT CALLBACK ControlObject::endProcedure(HWND window, UINT message, WPARAM wParam,
                                              LPARAM lParam) {
-  if (message != WM_APP) return DefWindowProcW(window, message, wParam, lParam);
+  if (message != WM_TIMER) return DefWindowProcW(window, message, wParam, lParam);
   auto* const control = reinterpret_cast<ControlObject*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+  if (control->mPlatform->messagePump().inPass()) return 0;
   DestroyWindow(window);
   delete control;
   return 0;

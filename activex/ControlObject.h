@@ -42,15 +42,13 @@ class ControlObject final : public IUnknown {
   /// Keeps the object while one of its calls or events is under way.
   class Busy {
    public:
-    enum class With { call, event };
-    Busy(ControlObject& control, With with);
+    explicit Busy(ControlObject& control);
     ~Busy();
     Busy(const Busy&) = delete;
     Busy& operator=(const Busy&) = delete;
 
    private:
     ControlObject& mControl;
-    With mWith;
   };
 
   /// Nobody holds the object any more; it only waits for its end.
@@ -60,7 +58,7 @@ class ControlObject final : public IUnknown {
   explicit ControlObject(IUnknown* outer);
   ~ControlObject();
 
-  void endWhenIdle(Busy::With last);
+  void end();
   void endLater();
   static LRESULT CALLBACK endProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 

@@ -11,7 +11,7 @@ IUnknown* Dispatch::find(REFIID iid) {
 }
 
 HRESULT Dispatch::call(const std::function<void(Cronvel&)>& body) {
-  const ControlObject::Busy busy(mControl, ControlObject::Busy::With::call);
+  const ControlObject::Busy busy(mControl);
   return guarded([&] { body(mControl.core()); });
 }
 
@@ -45,7 +45,7 @@ STDMETHODIMP Dispatch::Invoke(DISPID member, REFIID, LCID locale, WORD flags,
                               DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
                               UINT* argumentError) {
   if (parameters == nullptr) return E_POINTER;
-  const ControlObject::Busy busy(mControl, ControlObject::Busy::With::call);
+  const ControlObject::Busy busy(mControl);
   return guarded([&] {
     if (!mLateCalls) mLateCalls = std::make_unique<LateCalls>(typeInfo());
     check(mLateCalls->invoke(static_cast<::_Cronvel*>(this), member, locale, flags, *parameters,

@@ -143,7 +143,7 @@ STDMETHODIMP Events::Point::EnumConnections(IEnumConnections** connections) {
 }
 
 void Events::propertyChanged(DISPID property) {
-  const ControlObject::Busy busy(mControl, ControlObject::Busy::With::event);
+  const ControlObject::Busy busy(mControl);
   mPropertySinks.each<IPropertyNotifySink>(
       [property](IPropertyNotifySink& sink) { sink.OnChanged(property); });
 }
@@ -166,7 +166,7 @@ void Events::raise(DISPID event, std::vector<Argument> arguments) {
 }
 
 void Events::fire(DISPID event, const std::vector<Argument>& arguments) {
-  const ControlObject::Busy busy(mControl, ControlObject::Busy::With::event);
+  const ControlObject::Busy busy(mControl);
   PassedArguments passed(arguments);
   DISPPARAMS parameters = passed.parameters();
   mSinks.each<IDispatch>([&](IDispatch& sink) { deliver(sink, event, parameters); });

@@ -51,7 +51,7 @@ STDMETHODIMP OleObject::GetClientSite(IOleClientSite** site) {
 }
 
 STDMETHODIMP OleObject::Close(DWORD option) {
-  const ControlObject::Busy busy(mControl, ControlObject::Busy::With::call);
+  const ControlObject::Busy busy(mControl);
   const auto site = mControl.site().clientSite();
   if (option != OLECLOSE_NOSAVE && mControl.site().dirty() && site) site->SaveObject();
   mControl.inPlace().InPlaceDeactivate();
@@ -60,7 +60,7 @@ STDMETHODIMP OleObject::Close(DWORD option) {
 }
 
 STDMETHODIMP OleObject::DoVerb(LONG verb, LPMSG, IOleClientSite*, LONG, HWND parent, LPCRECT) {
-  const ControlObject::Busy busy(mControl, ControlObject::Busy::With::call);
+  const ControlObject::Busy busy(mControl);
   switch (verb) {
     case OLEIVERB_PRIMARY:
     case OLEIVERB_SHOW:

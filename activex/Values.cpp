@@ -216,7 +216,6 @@ HRESULT handledError() noexcept {
         MAKE_HRESULT(SEVERITY_ERROR, FACILITY_CONTROL, static_cast<int>(error.number())),
         error.what());
   } catch (const ComError& error) {
-    SetErrorInfo(0, nullptr);
     return error.result;
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;

@@ -96,6 +96,7 @@ HRESULT failWith(HRESULT result, const std::string& utf8) noexcept;
 
 template <typename Body>
 HRESULT guarded(Body body) noexcept {
+  SetErrorInfo(0, nullptr);  // what an earlier call left is not this one's
   try {
     body();
     return S_OK;

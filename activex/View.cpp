@@ -72,7 +72,7 @@ void View::draw(HDC device, const RECT& bounds) {
 }
 
 void View::changed() {
-  const ControlObject::Busy busy(mControl, ControlObject::Busy::With::event);
+  const ControlObject::Busy busy(mControl);
   mControl.inPlace().redraw();
   if (!mSink) return;
   const ComPtr<IAdviseSink> sink = mSink;

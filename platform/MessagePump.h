@@ -12,6 +12,9 @@ class MessagePump {
   /// For wait loops: as `DoEvents`, but when nothing is pending it first blocks until something
   /// happens or a few milliseconds have gone by.
   virtual void waitEvents() = 0;
+  /// Whether one of the calls, or a handler in the host's own message loop, is under way further up
+  /// this stack. What it works on must not be destroyed then.
+  virtual bool inPass() const { return false; }
 };
 
 }  // namespace cronvel

@@ -85,16 +85,19 @@ void Reactor::remove(const std::shared_ptr<Source>& source) {
 }
 
 void Reactor::DoEvents() {
+  const Depth depth(*this);
   mPoller->pumpHost(Poller::Duration::zero());
   pass(Poller::Duration::zero());
 }
 
 void Reactor::waitEvents() {
+  const Depth depth(*this);
   mPoller->pumpHost(blockFor(longestBlock));
   pass(longestBlock);
 }
 
 void Reactor::pass(Poller::Duration longestWait) {
+  const Depth depth(*this);
   pollSources(blockFor(longestWait));
   const struct AtEnd {
     Reactor& reactor;

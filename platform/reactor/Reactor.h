@@ -56,9 +56,21 @@ class Reactor : public MessagePump {
 
   void DoEvents() override;
   void waitEvents() override;
+  bool inPass() const override { return mDepth > 0; }
 
  private:
   struct Ready;
+  /// Counts the passes that are under way, one inside the other.
+  class Depth {
+   public:
+    explicit Depth(Reactor& reactor) : mReactor(reactor) { ++mReactor.mDepth; }
+    ~Depth() { --mReactor.mDepth; }
+    Depth(const Depth&) = delete;
+    Depth& operator=(const Depth&) = delete;
+
+   private:
+    Reactor& mReactor;
+  };
 
   void pass(Poller::Duration longestWait);
   void endPass();
@@ -67,6 +79,7 @@ class Reactor : public MessagePump {
   std::vector<Ready> readySources(TimePoint now) const;
   void remove(const std::shared_ptr<Source>& source);
 
+  int mDepth = 0;
   std::unique_ptr<Poller> mPoller;
   std::vector<std::shared_ptr<Source>> mSources;
   std::vector<Poller::Item>

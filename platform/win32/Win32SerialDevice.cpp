@@ -166,6 +166,7 @@ class Win32SerialDevice : public SerialDevice {
   short inputEvent() const override { return Poller::signalled; }
 
  private:
+  HANDLE open(const std::string& path) const;
   [[noreturn]] void failOpening(DWORD error) const;
   bool set(DCB line) const;
   std::string missing(const SerialSettings& settings) const;
@@ -208,11 +209,16 @@ void Win32SerialDevice::failOpening(DWORD error) const {
   }
 }
 
+HANDLE Win32SerialDevice::open(const std::string& path) const {
+  const std::wstring name = wide(path);
+  const HANDLE device = CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
+  if (device == INVALID_HANDLE_VALUE) failOpening(GetLastError());
+  return device;
+}
+
 Win32SerialDevice::Win32SerialDevice(const std::string& path, const std::string& name)
-    : SerialDevice(name),
-      mDevice(CreateFileW(wide(path).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                          OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr)) {
-  if (!mDevice) failOpening(GetLastError());
+    : SerialDevice(name), mDevice(open(path)) {
   COMMTIMEOUTS none{};  // reading and writing end when all bytes are through
   if (SetCommTimeouts(mDevice.get(), &none) == 0) failOpening(GetLastError());
 }

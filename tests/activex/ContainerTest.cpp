@@ -47,8 +47,8 @@ class TestNotifySink final : public TestObject<IPropertyNotifySink> {
 class ContainerTest : public ControlTest {
  protected:
   ContainerTest() {
-    site.window = CreateWindowExW(0, L"STATIC", L"form", WS_POPUP | WS_VISIBLE, 0, 0, 300, 200,
-                                  nullptr, nullptr, nullptr, nullptr);
+    site.window = CreateWindowExW(0, L"STATIC", L"form", WS_POPUP, 0, 0, 300, 200, nullptr, nullptr,
+                                  nullptr, nullptr);
     as<IOleObject>()->SetClientSite(&site);
   }
   ~ContainerTest() override {
@@ -94,9 +94,8 @@ class ContainerTest : public ControlTest {
 TEST_F(ContainerTest, InDesignModeWhatTalksToATerminalIsRefused) {
   site.userMode = false;
   const std::array<const wchar_t*, 7> properties = {
-      L"ReaderOn",         L"MonitoringON",      L"BPS",
-      L"WinSockProtocol",  L"WinSockLocalPort",  L"WinSockRemotePort",
-      L"WinSockRemoteHost"};
+      L"ReaderOn",          L"MonitoringON",     L"BPS", L"WinSockProtocol", L"WinSockLocalPort",
+      L"WinSockRemotePort", L"WinSockRemoteHost"};
   for (const wchar_t* name : properties) {
     const Outcome refused = put(name, 1);
     EXPECT_EQ(refused.number, 387) << name;
@@ -203,10 +202,9 @@ TEST_F(ContainerTest, AStreamKeepsEverythingAndALaterOneIsRefused) {
 
 TEST_F(ContainerTest, AStorageKeepsEverything) {
   ComPtr<IStorage> storage;
-  ASSERT_EQ(StgCreateDocfile(nullptr,
-                             STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE |
-                                 STGM_DELETEONRELEASE,
-                             0, &storage),
+  ASSERT_EQ(StgCreateDocfile(
+                nullptr, STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE | STGM_DELETEONRELEASE,
+                0, &storage),
             S_OK);
   const auto persistence = as<IPersistStorage>();
   setEverything();
@@ -219,6 +217,7 @@ TEST_F(ContainerTest, AStorageKeepsEverything) {
 }
 
 TEST_F(ContainerTest, ItShowsInDesignHidesAtRunTimeAndFollowsItsPlace) {
+  ShowWindow(site.window, SW_SHOWNA);
   site.userMode = false;
   activate();
   EXPECT_EQ(site.activations, 1);
@@ -282,9 +281,11 @@ TEST_F(ContainerTest, ChangesAreNotifiedUnderTheirMembersNumbers) {
   DWORD cookie = 0;
   ASSERT_EQ(point->Advise(&sink, &cookie), S_OK);
   const std::array<const wchar_t*, 13> names = {
-      L"Enabled",   L"CommPort",        L"IdLen",            L"DialupConnection",  L"TelNum",
-      L"BPS",       L"DeviceNum",       L"NumOfRecs",        L"DamagedRecs",       L"WinSockProtocol",
-      L"WinSockLocalPort", L"WinSockRemotePort", L"WinSockRemoteHost"};
+      L"Enabled",          L"CommPort",         L"IdLen",
+      L"DialupConnection", L"TelNum",           L"BPS",
+      L"DeviceNum",        L"NumOfRecs",        L"DamagedRecs",
+      L"WinSockProtocol",  L"WinSockLocalPort", L"WinSockRemotePort",
+      L"WinSockRemoteHost"};
   std::vector<DISPID> expected;
   for (const wchar_t* name : names) {
     put(name, 2);

@@ -71,7 +71,8 @@ Outcome ControlTest::invoke(const wchar_t* name, WORD flags,
                                     &outcome.value, &exception, nullptr);
   if (outcome.result == DISP_E_EXCEPTION) {
     outcome.result = exception.scode;
-    if ((exception.scode & 0xFFFF0000) == 0x800A0000) outcome.number = exception.scode & 0xFFFF;
+    if (HRESULT_FACILITY(exception.scode) == FACILITY_CONTROL)
+      outcome.number = HRESULT_CODE(exception.scode);
     if (exception.bstrDescription != nullptr) outcome.text = exception.bstrDescription;
     if (exception.bstrSource != nullptr) outcome.source = exception.bstrSource;
     SysFreeString(exception.bstrDescription);
@@ -84,7 +85,7 @@ Outcome ControlTest::invoke(const wchar_t* name, WORD flags,
 std::wstring ControlTest::text(const wchar_t* name) {
   Outcome outcome = get(name);
   EXPECT_EQ(outcome.result, S_OK);
-  VariantChangeType(&outcome.value, &outcome.value, 0, VT_BSTR);
+  VariantChangeType(&outcome.value, &outcome.value, VARIANT_ALPHABOOL, VT_BSTR);
   return outcome.value.bstrVal == nullptr ? L"" : outcome.value.bstrVal;
 }
 

@@ -38,7 +38,7 @@ class TestObject : public Interfaces... {
   STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
     *object = nullptr;
     if (iid == IID_IUnknown) *object = first<Interfaces...>();
-    ((iid == __uuidof(Interfaces) ? *object = static_cast<Interfaces*>(this) : nullptr), ...);
+    ((iid == __uuidof(Interfaces) ? * object = static_cast<Interfaces*>(this) : nullptr), ...);
     if (*object == nullptr) *object = other(iid);
     if (*object == nullptr) return E_NOINTERFACE;
     ++mReferences;
@@ -61,9 +61,9 @@ class TestObject : public Interfaces... {
 /// A value for a call: by-value numbers, texts, arrays.
 struct Value : VARIANT {
   Value() { VariantInit(this); }
-  Value(const Value& other) : Value() { VariantCopy(this, &other); }
+  Value(const Value& other) : Value() { VariantCopy(this, const_cast<Value*>(&other)); }
   Value& operator=(const Value& other) {
-    VariantCopy(this, &other);
+    VariantCopy(this, const_cast<Value*>(&other));
     return *this;
   }
   ~Value() { VariantClear(this); }
@@ -235,6 +235,8 @@ inline ComPtr<IConnectionPoint> pointOf(IUnknown* object, REFIID iid) {
   return point;
 }
 
-constexpr HRESULT runTimeError(int number) { return static_cast<HRESULT>(0x800A0000 + number); }
+constexpr HRESULT runTimeError(int number) {
+  return MAKE_HRESULT(SEVERITY_ERROR, FACILITY_CONTROL, number);
+}
 
 }  // namespace cronvel::activex::test

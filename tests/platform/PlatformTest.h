@@ -26,6 +26,9 @@ inline Raised raisedBy(const std::function<void()>& action) {
   return {};
 }
 
+/// Whether the system is not Windows itself: what it does differently is not the platform's fault.
+bool underWine();
+
 /// The real platform, and a wait that gives up.
 class PlatformTest : public testing::Test {
  protected:

@@ -102,7 +102,7 @@ TEST_F(SerialTest, APortBelongsToOneAtATime) {
   EXPECT_EQ(openError(), 8005);
   EXPECT_EQ(raisedBy([&] { port->CommPort(3); }).number, 8000);
   auto other = platform->makeSerialPort();
-  if (portsAreExclusive()) {
+  if (!underWine()) {  // it lets several programs open a port
     EXPECT_EQ(raisedBy([&] { other->PortOpen(true); }).number, 8005);
   }
   port->PortOpen(false);

@@ -8,8 +8,6 @@ namespace cronvel {
 
 /// A line of this machine whose far end the test holds.
 std::unique_ptr<SerialLineEnd> makeTestLine(Platform& platform);
-/// Whether this machine keeps a port that is open from being opened once more.
-bool portsAreExclusive();
 /// Of the environment; an empty value removes the variable.
 void setVariable(const char* name, const std::string& value);
 

@@ -16,7 +16,7 @@ std::unique_ptr<SerialLineEnd> makeTestLine(Platform& platform) {
   return platform.makeSerialLineEnd("");
 }
 
-bool portsAreExclusive() { return true; }
+bool underWine() { return false; }
 
 void setVariable(const char* name, const std::string& value) {
   if (value.empty())

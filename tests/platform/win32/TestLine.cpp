@@ -95,9 +95,8 @@ std::unique_ptr<SerialLineEnd> makeTestLine(Platform& platform) {
   return std::make_unique<KeptLine>(platform);
 }
 
-/// Wine lets several programs open a port.
-bool portsAreExclusive() {
-  return GetProcAddress(GetModuleHandleW(L"ntdll"), "wine_get_version") == nullptr;
+bool underWine() {
+  return GetProcAddress(GetModuleHandleW(L"ntdll"), "wine_get_version") != nullptr;
 }
 
 void setVariable(const char* name, const std::string& value) { _putenv_s(name, value.c_str()); }

@@ -73,6 +73,7 @@ class HostWindow {
   std::deque<WORD> mPressed;  ///< buttons whose command is not over
   bool mBusy = false;         ///< a command waits, and the window's messages go on meanwhile
   bool mClosing = false;      ///< as soon as that command is over
+  bool mLive = false;
   int mStatus = 0;
 };
 
@@ -169,10 +170,9 @@ void HostWindow::carryOut(WORD id) {
     check(mControl->SetTime(host.address(), &time, &accepted));
     report(accepted ? L"the clock is set" : L"the terminal did not accept the time");
   } else if (mLine.mCommPort != 0) {
-    VARIANT_BOOL on = VARIANT_FALSE;
-    check(mControl->get_MonitoringON(&on));
-    check(mControl->put_MonitoringON(on ? VARIANT_FALSE : VARIANT_TRUE));
-    report(on ? L"live events are off" : L"live events are on");
+    check(mControl->put_MonitoringON(mLive ? VARIANT_FALSE : VARIANT_TRUE));
+    mLive = !mLive;
+    report(mLive ? L"live events are on" : L"live events are off");
   }
   if (!accepted) mStatus = 1;
 }
@@ -189,6 +189,9 @@ void HostWindow::close() {
     mClosing = true;
     return;
   }
+  // The terminal would go on sending. If it cannot be told, the window closes all the same.
+  mBusy = true;
+  if (mLive) mControl->put_MonitoringON(VARIANT_FALSE);
   mSink->disconnect();
   mControl.Reset();
   DestroyWindow(mWindow);

@@ -89,12 +89,12 @@ HostWindow::HostWindow(const Line& line, int device) : mLine(line) {
                           520, 360, nullptr, nullptr, kind.hInstance, nullptr);
   if (mWindow == nullptr) check(HRESULT_FROM_WIN32(GetLastError()));
   SetWindowLongPtrW(mWindow, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
-  child(L"BUTTON", L"Test connection", 0, {60, 12, 190, 40}, cTest);
-  child(L"BUTTON", L"Set clock", 0, {200, 12, 330, 40}, cClock);
-  child(L"BUTTON", L"Live events", 0, {340, 12, 470, 40}, cLive);
+  child(L"BUTTON", L"Test connection", 0, {12, 12, 142, 40}, cTest);
+  child(L"BUTTON", L"Set clock", 0, {152, 12, 282, 40}, cClock);
+  child(L"BUTTON", L"Live events", 0, {292, 12, 422, 40}, cLive);
   mList =
       child(L"LISTBOX", L"", WS_VSCROLL | WS_BORDER | LBS_NOINTEGRALHEIGHT, {12, 56, 490, 310}, 0);
-  mPlace = child(L"STATIC", L"", 0, {12, 8, 48, 44}, 0);
+  mPlace = child(L"STATIC", L"", 0, {454, 8, 490, 44}, 0);
 
   mControl = mAtl.place(L"CronvelOCX.Cronvel", mPlace);
   mSink = EventSink::connect(mControl.Get(),

@@ -101,7 +101,7 @@ class Members : public __Cronvel {
     std::cout << what << ':';
     for (std::size_t i = 0; i < mHeard.size(); ++i) {
       const bool timed = count == 9 && mHeard.size() == 9 && (i == 5 || i == 6);
-      std::cout << ' ' << (timed ? i == 5 ? "h" : "m" : std::to_string(mHeard[i]));
+      std::cout << ' ' << (timed ? "*" : std::to_string(mHeard[i]));
     }
     std::cout << std::endl;
     mHeard.clear();

@@ -67,17 +67,18 @@ End Sub
 ' Waits for so many bytes and prints them, but for the time of day in a live event. That comes
 ' after the reply to the switch.
 Sub Hear(what, count)
-  Dim i, bytes
+  Dim i, bytes, text
   For i = 1 To 50
-    If UBound(Split(heard)) >= count Then Exit For
+    bytes = Split(heard, " ")
+    If UBound(bytes) >= count Then Exit For
     WScript.Sleep 100
   Next
-  bytes = Split(heard)
-  If count = 9 And UBound(bytes) = 9 Then
-    bytes(6) = "h"
-    bytes(7) = "m"
-  End If
-  WScript.Echo what & ":" & Join(bytes, " ")
+  text = what & ":"
+  For i = 1 To UBound(bytes)
+    If count = 9 And UBound(bytes) = 9 And (i = 6 Or i = 7) Then bytes(i) = "*"
+    text = text & " " & bytes(i)
+  Next
+  WScript.Echo text
   heard = ""
 End Sub
 

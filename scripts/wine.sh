@@ -60,14 +60,14 @@ wine_end() {
   return "$code"
 }
 
-# wine_run LOG PROGRAM...: runs it for at most WINE_TIMEOUT seconds (60), output and errors into the
+# wine_run LOG PROGRAM...: runs it by WINE (wine) for at most WINE_TIMEOUT seconds (60), output and errors into the
 # file LOG with plain line ends. Status: the program's, 124 when it took too long. A crashed or
 # failed program can end with 0: look for what it is to print last.
 wine_run() {
   local log=$1 code=0
   shift
   # Into a file: Wine's own servers would keep a pipe open.
-  timeout -k 5 "${WINE_TIMEOUT:-60}" wine "$@" >"$log" 2>&1 </dev/null || code=$?
+  timeout -k 5 "${WINE_TIMEOUT:-60}" "${WINE:-wine}" "$@" >"$log" 2>&1 </dev/null || code=$?
   sed -i 's/\r$//' "$log"
   return "$code"
 }

@@ -362,8 +362,22 @@ class PropertyPageTest : public ContainerTest {
     return text.data();
   }
 
+  /// A box runs a message loop of its own; this sees it come and presses its button.
+  static LRESULT CALLBACK pressOk(int code, WPARAM wParam, LPARAM lParam) {
+    if (HWND box = FindWindowW(L"#32770", L"Cronvel"); box != nullptr) {
+      std::array<wchar_t, 300> text{};
+      GetDlgItemTextW(box, 0xFFFF, text.data(), static_cast<int>(text.size()));
+      if (text[0] != L'\0') {
+        *seen = text.data();
+        PostMessageW(box, WM_COMMAND, IDOK, 0);
+      }
+    }
+    return CallNextHookEx(nullptr, code, wParam, lParam);
+  }
+
   ComPtr<IPropertyPage> page;
   HWND dialog = nullptr;
+  inline static std::wstring* seen = nullptr;
 };
 
 TEST_F(PropertyPageTest, ItShowsAndAppliesTheProperties) {
@@ -401,24 +415,9 @@ TEST_F(PropertyPageTest, AValueThatIsRefusedIsExplained) {
            {L"x", L"not a number"}}) {
     SetDlgItemTextW(dialog, IDC_COMMPORT, typed);
     std::wstring message;
-    const UINT_PTR timer = SetTimer(nullptr, 0, 50, nullptr);
-    // The box runs a loop of its own; a hook sees it come and presses its button.
-    static std::wstring* seen = nullptr;
     seen = &message;
-    HHOOK hook = SetWindowsHookExW(
-        WH_GETMESSAGE,
-        [](int code, WPARAM wParam, LPARAM lParam) -> LRESULT {
-          if (HWND box = FindWindowW(L"#32770", L"Cronvel"); box != nullptr) {
-            std::array<wchar_t, 300> text{};
-            GetDlgItemTextW(box, 0xFFFF, text.data(), static_cast<int>(text.size()));
-            if (text[0] != L'\0') {
-              *seen = text.data();
-              PostMessageW(box, WM_COMMAND, IDOK, 0);
-            }
-          }
-          return CallNextHookEx(nullptr, code, wParam, lParam);
-        },
-        nullptr, GetCurrentThreadId());
+    const UINT_PTR timer = SetTimer(nullptr, 0, 50, nullptr);
+    HHOOK hook = SetWindowsHookExW(WH_GETMESSAGE, pressOk, nullptr, GetCurrentThreadId());
     EXPECT_TRUE(FAILED(page->Apply())) << typed;
     UnhookWindowsHookEx(hook);
     KillTimer(nullptr, timer);

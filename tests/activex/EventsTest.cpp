@@ -232,6 +232,7 @@ TEST_F(EventsTest, OrWhileACommandWaits) {
   std::thread terminal([this] {
     peer.accept();
     peer.receive(4);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // sooner would be discarded
     peer.send("\x18");
   });
   put(L"WinSockRemotePort", peer.port());

@@ -5,7 +5,19 @@
 namespace cronvel::activex {
 namespace {
 constexpr const wchar_t* endClass = L"CronvelEnd";
+
+/// Hosts show nothing of why an object could not be made. So a trace file that cannot be written
+/// leaves a control without a trace instead of none.
+std::unique_ptr<Platform> makePlatform() {
+  try {
+    return Platform::create();
+  } catch (const RunTimeError& error) {
+    OutputDebugStringA(error.what());
+    return Platform::createUntraced();
+  }
 }
+
+}  // namespace
 
 IUnknown* outerOf(ControlObject& control) { return control.outer(); }
 
@@ -30,7 +42,7 @@ ControlObject::ControlObject(IUnknown* outer)
       mView(*this),
       mInPlace(*this),
       mOleObject(*this),
-      mPlatform(Platform::create()),
+      mPlatform(makePlatform()),
       mCore(std::make_unique<Cronvel>(*mPlatform, mSite, mEvents)) {}
 
 ControlObject::~ControlObject() = default;

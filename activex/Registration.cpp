@@ -188,19 +188,15 @@ HRESULT unregisterControl(Scope scope) {
     openClasses(scope, classes);
     const std::vector<Entry> list = entries();
     const bool keepShared = otherIsRegistered(classes, list);
-    // Longer paths first, so that what stands in a key goes before it; a key with something of
-    // somebody else's in it stays.
+    // Longer paths first, so that what stands in a key goes before it. A key that has others in it,
+    // such as CLSID, is not deleted by the system.
     std::set<std::pair<std::size_t, std::wstring>> keys;
     for (const Entry& entry : list) {
       if (entry.shared && keepShared) continue;
       for (const std::wstring& part : partsOf(entry.key)) keys.emplace(part.size(), part);
     }
-    for (auto key = keys.rbegin(); key != keys.rend(); ++key) {
-      const std::wstring& path = key->second;
-      // Keys of Windows itself, such as CLSID.
-      if (path.find(L'\\') == std::wstring::npos && path.find(L'.') == std::wstring::npos) continue;
-      RegDeleteKeyW(classes, path.c_str());
-    }
+    for (auto key = keys.rbegin(); key != keys.rend(); ++key)
+      RegDeleteKeyW(classes, key->second.c_str());
     return S_OK;
   } catch (const ComError& error) {
     return error.result;

@@ -10,6 +10,10 @@ fail() {
 }
 
 build_packages=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libgtest-dev libbenchmark-dev)
+# For the Windows builds: the compilers, the compiler of the type library and its imports, the tests'
+# framework as source, the installers.
+windows_packages=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64-tools libwine-dev
+  googletest wixl msitools zip python3)
 
 # need PACKAGE...: installs what is missing, by apt, as root or through sudo.
 need() {

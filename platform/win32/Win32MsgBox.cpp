@@ -30,7 +30,7 @@ class Win32MsgBox : public MsgBox {
  public:
   Answer show(const std::u16string& prompt, Buttons buttons, const std::u16string& title) override {
     const HWND owner = GetActiveWindow();
-    UINT style = buttons == Buttons::yesNo ? MB_YESNO | MB_ICONQUESTION : MB_OK;
+    UINT style = buttons == Buttons::yesNo ? MB_YESNO : MB_OK;
     if (owner == nullptr) style |= MB_TASKMODAL | MB_SETFOREGROUND;
     std::u16string text = prompt;
     if (isRightToLeft(prompt)) {

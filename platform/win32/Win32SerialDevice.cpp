@@ -297,7 +297,7 @@ void Win32SerialDevice::write(std::span<const std::uint8_t> bytes) {
   std::int32_t left = unsentCount();
   while (!bytes.empty()) {
     if (left >= unsentLimit) {
-      WaitForSingleObject(mWriting.front()->event(), 1);
+      Sleep(1);
       const std::int32_t now = unsentCount();
       if (now < left) lastProgress = steady_clock::now();
       if (steady_clock::now() - lastProgress > stuckAfter)

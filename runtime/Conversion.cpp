@@ -1,5 +1,6 @@
 #include "runtime/Conversion.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -12,11 +13,18 @@
 namespace cronvel {
 namespace {
 
+/// As a person writes it: 256, 12.5.
+std::string shortest(double value) {
+  std::array<char, 32> text{};
+  const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
+  return {text.data(), end};
+}
+
 template <typename Int>
 Int rounded(double value) {
   const double nearest = std::nearbyint(value);  // the default mode: half to even
   if (!(nearest >= std::numeric_limits<Int>::min() && nearest <= std::numeric_limits<Int>::max()))
-    throw RunTimeError(ErrorNumber::overflow, std::to_string(value) + " is outside " +
+    throw RunTimeError(ErrorNumber::overflow, shortest(value) + " is outside " +
                                                   std::to_string(std::numeric_limits<Int>::min()) +
                                                   " to " +
                                                   std::to_string(std::numeric_limits<Int>::max()));

@@ -427,5 +427,38 @@ TEST_F(PropertyPageTest, AValueThatIsRefusedIsExplained) {
   close();
 }
 
+TEST_F(PropertyPageTest, ThePropertiesVerbOpensThePageInAFrame) {
+  // Not registered, so the system is told of the page for this while.
+  ComPtr<IClassFactory> factory;
+  DWORD cookie = 0;
+  ASSERT_EQ(classFactory(CLSID_CronvelPage, &factory), S_OK);
+  ASSERT_EQ(CoRegisterClassObject(CLSID_CronvelPage, factory.Get(), CLSCTX_INPROC_SERVER,
+                                  REGCLS_MULTIPLEUSE, &cookie),
+            S_OK);
+  // The frame is modal: a timer of its loop types into the page and presses OK.
+  static bool typed = false;
+  struct Typist {
+    static BOOL CALLBACK typeInto(HWND window, LPARAM) {
+      HWND field = GetDlgItem(window, IDC_COMMPORT);
+      if (field == nullptr || GetDlgItem(window, IDC_TELNUM) == nullptr) return TRUE;
+      SetWindowTextW(field, L"9");
+      typed = true;
+      return FALSE;
+    }
+    static void CALLBACK tick(HWND, UINT, UINT_PTR, DWORD) {
+      HWND frame = FindWindowW(L"#32770", nullptr);
+      if (frame == nullptr || typed) return;
+      EnumChildWindows(frame, typeInto, 0);
+      PostMessageW(frame, WM_COMMAND, typed ? IDOK : IDCANCEL, 0);
+    }
+  };
+  const UINT_PTR timer = SetTimer(nullptr, 0, 100, Typist::tick);
+  EXPECT_EQ(as<IOleObject>()->DoVerb(OLEIVERB_PROPERTIES, nullptr, &site, 0, site.window, nullptr),
+            S_OK);
+  KillTimer(nullptr, timer);
+  EXPECT_TRUE(typed);  // Wine's frame does not apply pages; ItShowsAndAppliesTheProperties does
+  CoRevokeClassObject(cookie);
+}
+
 }  // namespace
 }  // namespace cronvel::activex::test

@@ -33,18 +33,21 @@ ControlTest::~ControlTest() {
   OleUninitialize();
 }
 
+HRESULT ControlTest::classFactory(REFCLSID clsid, IClassFactory** factory) const {
+  return exported<DllGetClassObjectFunction>(module, "DllGetClassObject")(
+      clsid, IID_IClassFactory, reinterpret_cast<void**>(factory));
+}
+
 HRESULT ControlTest::createClass(REFCLSID clsid, REFIID iid, void** object) const {
   ComPtr<IClassFactory> factory;
-  const HRESULT found = exported<DllGetClassObjectFunction>(module, "DllGetClassObject")(
-      clsid, IID_PPV_ARGS(&factory));
+  const HRESULT found = classFactory(clsid, &factory);
   return FAILED(found) ? found : factory->CreateInstance(nullptr, iid, object);
 }
 
 ComPtr<IUnknown> ControlTest::create(IUnknown* outer) const {
   ComPtr<IClassFactory> factory;
   ComPtr<IUnknown> made;
-  exported<DllGetClassObjectFunction>(module, "DllGetClassObject")(CLSID_Cronvel,
-                                                                   IID_PPV_ARGS(&factory));
+  EXPECT_EQ(classFactory(CLSID_Cronvel, &factory), S_OK);
   EXPECT_EQ(factory->CreateInstance(outer, IID_PPV_ARGS(&made)), S_OK);
   return made;
 }

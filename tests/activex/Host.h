@@ -117,6 +117,7 @@ class ControlTest : public testing::Test {
   ~ControlTest() override;
 
   ComPtr<IUnknown> create(IUnknown* outer = nullptr) const;
+  HRESULT classFactory(REFCLSID clsid, IClassFactory** factory) const;
   /// An object of another class of the module.
   HRESULT createClass(REFCLSID clsid, REFIID iid, void** object) const;
   bool canUnload() const;

@@ -36,6 +36,8 @@ class OwnedHandle {
   HANDLE mHandle;
 };
 
+constexpr DWORD inputQueue = 1 << 14, outputQueue = 1 << 12;  // bytes
+
 /// Reading or writing that goes on in the driver. Its buffer stays where it is until it is over.
 class Operation {
  public:
@@ -148,8 +150,8 @@ class Win32SerialDevice : public SerialDevice {
   Win32SerialDevice(const std::string& path, const std::string& name);
 
   void apply(const SerialSettings& settings, int handshaking) override;
-  void setDtr(bool on) override { EscapeCommFunction(mDevice.get(), on ? SETDTR : CLRDTR); }
-  void setRts(bool on) override { EscapeCommFunction(mDevice.get(), on ? SETRTS : CLRRTS); }
+  void setDtr(bool on) override;
+  void setRts(bool on) override;
   void setBreak(bool on) override { EscapeCommFunction(mDevice.get(), on ? SETBREAK : CLRBREAK); }
   bool carrier() override;
 
@@ -179,6 +181,8 @@ class Win32SerialDevice : public SerialDevice {
   };
 
   OwnedHandle mDevice;
+  bool mDtr = false;
+  bool mRts = false;
   std::optional<Applied> mApplied;
   Operation mFirstByte{mDevice.get()};
   std::deque<std::unique_ptr<Operation>> mWriting;
@@ -219,6 +223,8 @@ HANDLE Win32SerialDevice::open(const std::string& path) const {
 
 Win32SerialDevice::Win32SerialDevice(const std::string& path, const std::string& name)
     : SerialDevice(name), mDevice(open(path)) {
+  // A host may be busy for seconds while a terminal streams; a driver may give less, or no choice.
+  SetupComm(mDevice.get(), inputQueue, outputQueue);
   COMMTIMEOUTS none{};  // reading and writing end when all bytes are through
   if (SetCommTimeouts(mDevice.get(), &none) == 0) failOpening(GetLastError());
 }
@@ -232,9 +238,10 @@ void Win32SerialDevice::apply(const SerialSettings& settings, int handshaking) {
     fail(ErrorNumber::couldNotSetCommState,
          "cannot be set: " + systemErrorText(GetLastError()) + "; check the cable or adapter");
   DCB line = frameOf(settings);
-  line.fDtrControl = before.fDtrControl;
-  line.fRtsControl =
-      before.fRtsControl == RTS_CONTROL_HANDSHAKE ? RTS_CONTROL_DISABLE : before.fRtsControl;
+  // The settings carry the two lines as well: what was chosen for them must not fall with each
+  // change of parity, because modems hang up and adapters live from them.
+  line.fDtrControl = mDtr ? DTR_CONTROL_ENABLE : DTR_CONTROL_DISABLE;
+  line.fRtsControl = mRts ? RTS_CONTROL_ENABLE : RTS_CONTROL_DISABLE;
   if ((handshaking & softwareHandshake) != 0) line.fInX = line.fOutX = TRUE;
   if ((handshaking & hardwareHandshake) != 0) {
     line.fOutxCtsFlow = TRUE;
@@ -250,6 +257,16 @@ void Win32SerialDevice::apply(const SerialSettings& settings, int handshaking) {
     failSettings(lacks);
   }
   mApplied = Applied{settings, handshaking};
+}
+
+void Win32SerialDevice::setDtr(bool on) {
+  mDtr = on;
+  EscapeCommFunction(mDevice.get(), on ? SETDTR : CLRDTR);
+}
+
+void Win32SerialDevice::setRts(bool on) {
+  mRts = on;
+  EscapeCommFunction(mDevice.get(), on ? SETRTS : CLRRTS);
 }
 
 /// A line without hardware can refuse a parity that it has already; coming from none it takes it.

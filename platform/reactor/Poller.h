@@ -39,6 +39,7 @@ class Poller {
   /// A pass is over; the next one has to take place at this time at the latest.
   virtual void passEnded(TimePoint /*next*/) {}
   /// What a pass is, for the host's own loop.
+  // NOLINTNEXTLINE(performance-unnecessary-value-param): kept by whoever has such a loop
   virtual void setPass(std::function<void()> /*pass*/) {}
 };
 

@@ -55,7 +55,7 @@ inline Poller::Handle watchHandle(SocketHandle socket) {
 class SocketLibrary {
  public:
   SocketLibrary();
-  ~SocketLibrary();
+  ~SocketLibrary();  // NOLINT(performance-trivially-destructible): Windows has something to do
   SocketLibrary(const SocketLibrary&) = delete;
   SocketLibrary& operator=(const SocketLibrary&) = delete;
 };

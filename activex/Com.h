@@ -54,6 +54,18 @@ inline HRESULT copyValue(VARIANT* to, const VARIANT& from) {
   return VariantCopyInd(to, const_cast<VARIANT*>(&from));
 }
 
+/// What a late-bound call says of its failure; its texts are freed at its end.
+struct OwnedException : EXCEPINFO {
+  OwnedException() : EXCEPINFO{} {}
+  ~OwnedException() {
+    SysFreeString(bstrDescription);
+    SysFreeString(bstrSource);
+    SysFreeString(bstrHelpFile);
+  }
+  OwnedException(const OwnedException&) = delete;
+  OwnedException& operator=(const OwnedException&) = delete;
+};
+
 /// A BSTR that is freed at its end.
 class OwnedText {
  public:

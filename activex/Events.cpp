@@ -56,13 +56,10 @@ Events::Argument reference(const Variant& value) { return {value, true}; }
 
 void deliver(IDispatch& sink, DISPID event, DISPPARAMS& parameters) {
   OwnedVariant result;
-  EXCEPINFO trouble{};
+  OwnedException trouble;
   // A sink's failure is its host's affair: the other sinks and the command go on.
   sink.Invoke(event, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters, &result, &trouble,
               nullptr);
-  SysFreeString(trouble.bstrDescription);
-  SysFreeString(trouble.bstrSource);
-  SysFreeString(trouble.bstrHelpFile);
 }
 
 }  // namespace

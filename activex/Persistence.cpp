@@ -52,13 +52,11 @@ class HostBag final : public PropertyBag {
  private:
   void log(const std::wstring& name, const RunTimeError& error) {
     if (mErrors == nullptr) return;
-    EXCEPINFO info{};
+    OwnedException info;
     info.bstrSource = SysAllocString(L"CronvelOCX.Cronvel");
     info.bstrDescription = newText(std::string(error.what()));
     info.scode = MAKE_HRESULT(SEVERITY_ERROR, FACILITY_CONTROL, static_cast<int>(error.number()));
     mErrors->AddError(name.c_str(), &info);
-    SysFreeString(info.bstrSource);
-    SysFreeString(info.bstrDescription);
   }
 
   IPropertyBag& mBag;

@@ -216,15 +216,14 @@ HRESULT PropertyPage::applyField(int id) {
   DISPID put = DISPID_PROPERTYPUT;
   DISPPARAMS parameters{&value, &put, 1, 1};
   for (const auto& object : mObjects) {
-    EXCEPINFO exception{};
+    OwnedException exception;
     const HRESULT done =
         object->Invoke(propertyId(field.property), IID_NULL, LOCALE_USER_DEFAULT,
                        DISPATCH_PROPERTYPUT, &parameters, nullptr, &exception, nullptr);
-    if (FAILED(done)) showError(id, done, exception);
-    SysFreeString(exception.bstrDescription);
-    SysFreeString(exception.bstrSource);
-    SysFreeString(exception.bstrHelpFile);
-    if (FAILED(done)) return done;
+    if (FAILED(done)) {
+      showError(id, done, exception);
+      return done;
+    }
   }
   return S_OK;
 }

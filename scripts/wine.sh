@@ -60,9 +60,9 @@ wine_end() {
   return "$code"
 }
 
-# wine_run LOG PROGRAM...: runs it by WINE (wine) for at most WINE_TIMEOUT seconds (60), output and errors into the
-# file LOG with plain line ends. Status: the program's, 124 when it took too long. A crashed or
-# failed program can end with 0: look for what it is to print last.
+# wine_run LOG PROGRAM...: runs it by WINE (wine) for at most WINE_TIMEOUT seconds (60), output and
+# errors into the file LOG with plain line ends. Status: the program's, 124 when it took too long. A
+# crashed or failed program can end with 0: look for what it is to print last.
 wine_run() {
   local log=$1 code=0
   shift

@@ -263,15 +263,16 @@ class Dispatch final : public Face<::_Cronvel, ISupportErrorInfo> {
   HRESULT get(Result* result, Getter getter) {
     return call([&](Cronvel& control) { give(result, getter(control)); });
   }
-  template <typename Result, typename Value, typename... Parameters, typename... Arguments>
-  HRESULT command(Result* result, Value (Cronvel::*member)(Parameters...), Arguments... arguments) {
+  template <typename Result, typename Value, typename Family, typename... Parameters,
+            typename... Arguments>
+  HRESULT command(Result* result, Value (Family::*member)(Parameters...), Arguments... arguments) {
     return call([&](Cronvel& control) {
       pointee(result);  // before the terminal is troubled
       give(result, (control.*member)(In<std::decay_t<Parameters>>::from(arguments)...));
     });
   }
-  template <typename... Parameters, typename... Arguments>
-  HRESULT action(void (Cronvel::*member)(Parameters...), Arguments... arguments) {
+  template <typename Family, typename... Parameters, typename... Arguments>
+  HRESULT action(void (Family::*member)(Parameters...), Arguments... arguments) {
     return call([&](Cronvel& control) {
       (control.*member)(In<std::decay_t<Parameters>>::from(arguments)...);
     });

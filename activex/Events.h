@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "activex/Face.h"
-#include "link/CronvelEvents.h"
+#include "host/CronvelEvents.h"
 #include "runtime/Variant.h"
 
 namespace cronvel::activex {

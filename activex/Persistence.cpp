@@ -8,7 +8,7 @@
 
 #include "activex/ControlObject.h"
 #include "activex/Values.h"
-#include "platform/PropertyBag.h"
+#include "host/PropertyBag.h"
 #include "runtime/Conversion.h"
 #include "runtime/Text.h"
 

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "activex/Com.h"
-#include "platform/Container.h"
+#include "host/Container.h"
 
 namespace cronvel::activex {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "records/RecordCheck.h"
+#include "control/Cronvel.h"
 #include "runtime/Bytes.h"
 #include "runtime/File.h"
 
@@ -59,16 +59,20 @@ double plainWrite(const fs::path& path, std::size_t size) {
   return secondsSince(start);
 }
 
-void RecordCheck(benchmark::State& state) {
+void CheckOfRecords(benchmark::State& state) {
+  const auto platform = Platform::createUntraced();
+  Container container;
+  __Cronvel events;
+  Cronvel control(*platform, container, events);
+  control.IdLen(8);
   const fs::path folder = fs::temp_directory_path() / "cronvel-bench";
   fs::create_directories(folder);
   const fs::path raw = folder / "records.Hex";
   writeRaw(raw);
   const double before = peakMegabytes();
   for (auto _ : state) {
-    RecordCounters counters{.IdLen = 8};
     const auto start = Steady::now();
-    if (!checkRecordFile(raw.u16string(), false, counters)) state.SkipWithError("not whole");
+    if (control.CheckIntegrity(raw.u16string(), false) == 0) state.SkipWithError("not whole");
     const double checking = secondsSince(start);
     std::size_t written = 0;
     for (const char* extension : {".txt", ".ddd", ".dat"})
@@ -83,7 +87,7 @@ void RecordCheck(benchmark::State& state) {
   }
   fs::remove_all(folder);
 }
-BENCHMARK(RecordCheck)->Iterations(1)->Unit(benchmark::kSecond);
+BENCHMARK(CheckOfRecords)->Iterations(1)->Unit(benchmark::kSecond);
 
 }  // namespace
 }  // namespace cronvel

@@ -6,7 +6,7 @@
 #include "cli/Commands.h"
 #include "cli/LinkOptions.h"
 #include "cli/TerminalSession.h"
-#include "platform/PropertyBagFile.h"
+#include "host/PropertyBagFile.h"
 #include "runtime/File.h"
 #include "runtime/Text.h"
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "cli/Arguments.h"
-#include "platform/PropertyBagFile.h"
+#include "host/PropertyBagFile.h"
 #include "runtime/Text.h"
 
 namespace cronvel {
@@ -114,7 +114,7 @@ CommandFailure TerminalSession::explained(const RunTimeError& error) const {
 
 CommandFailure TerminalSession::failure(const std::string& otherwise) const {
   if (!mSocketError.empty()) return {ExitStatus::error, mSocketError};
-  const std::string& note = mPlatform.lastNote();
+  const std::string& note = mControl.notes().last();
   return {ExitStatus::refused, note.empty() ? terminal() + ": " + otherwise : note};
 }
 

@@ -30,13 +30,21 @@ Bytes dialString(const std::u16string& TelNum) {
 
 }  // namespace
 
+void ModemDialup::DialupConnection(bool New_DialupConnection) {
+  mLinks.host.set(mLinks.state.DialupConnection, New_DialupConnection, "DialupConnection");
+}
+
+void ModemDialup::TelNum(const std::u16string& New_TelNum) {
+  mLinks.host.set(mLinks.state.TelNum, New_TelNum, "TelNum");
+}
+
 std::int16_t ModemDialup::Dial() {
-  mState.DialupConnection = false;
+  mLinks.state.DialupConnection = false;
   for (;;) {
-    mSerial.stopTimeOut();
+    mLinks.serial.stopTimeOut();
     closePort();
     if (!numberIsValid()) {
-      mPlatform.note("\"" + toUtf8(mState.TelNum) + "\" is no telephone number: set TelNum");
+      mLinks.note("\"" + toUtf8(mLinks.state.TelNum) + "\" is no telephone number: set TelNum");
       show(u"شماره تلفن داده شده معتبر نمي باشد.", u"ارتباط مودم");
       return invalidNumber;
     }
@@ -48,56 +56,56 @@ std::int16_t ModemDialup::Dial() {
   return declined;
 }
 
-bool ModemDialup::numberIsValid() const { return mState.TelNum > u"0"; }
+bool ModemDialup::numberIsValid() const { return mLinks.state.TelNum > u"0"; }
 
 void ModemDialup::sendNumber() {
-  mPlatform.note("dialling " + toUtf8(mState.TelNum));
+  mLinks.note("dialling " + toUtf8(mLinks.state.TelNum));
   port().Settings("4800,N,8,1");
   port().PortOpen(true);
-  port().Output(dialString(mState.TelNum));
+  port().Output(dialString(mLinks.state.TelNum));
 }
 
 /// Waits for the end of the attempt. The modem's word can come in pieces, so they are joined.
 bool ModemDialup::lineIsBusy() {
   std::string answer;
   bool busy = false;
-  mSerial.startTimeOut(minutesToConnect);
-  while (!port().CDHolding() && !busy && !mSerial.timedOut()) {
+  mLinks.serial.startTimeOut(minutesToConnect);
+  while (!port().CDHolding() && !busy && !mLinks.serial.timedOut()) {
     if (port().InBufferCount() >= 1) {
       const Bytes bytes = port().Input();
       answer.append(bytes.begin(), bytes.end());
       busy = answer.find("BUSY") != std::string::npos;
     }
-    mPlatform.messagePump().waitEvents();
+    mLinks.platform.messagePump().waitEvents();
   }
   return busy;
 }
 
 bool ModemDialup::retryWanted() {
-  mPlatform.note("the line is busy");
-  return mPlatform.msgBox().show(u"خط مشغول است.آيا دوباره سعي شود؟", MsgBox::Buttons::yesNo,
-                                 u"اشغال خط") == MsgBox::Answer::yes;
+  mLinks.note("the line is busy");
+  return mLinks.platform.msgBox().show(u"خط مشغول است.آيا دوباره سعي شود؟", MsgBox::Buttons::yesNo,
+                                       u"اشغال خط") == MsgBox::Answer::yes;
 }
 
 std::int16_t ModemDialup::callResult() {
-  if (mSerial.timedOut()) {
-    mSerial.stopTimeOut();
-    mPlatform.note("no carrier within 120 s: check the number, the modem and its cable");
+  if (mLinks.serial.timedOut()) {
+    mLinks.serial.stopTimeOut();
+    mLinks.note("no carrier within 120 s: check the number, the modem and its cable");
     show(u"اشكال در ارتباط با مودم؟", u"خطا");
     return noCarrier;
   }
   if (!port().CDHolding()) {
-    mPlatform.note("the carrier was gone as soon as it came");
+    mLinks.note("the carrier was gone as soon as it came");
     return undecided;
   }
-  mState.DialupConnection = true;
-  mPlatform.note("connected: the modem has a carrier");
+  mLinks.state.DialupConnection = true;
+  mLinks.note("connected: the modem has a carrier");
   show(u"ارتباط برقرار شد.", callTitle);
   return connected;
 }
 
 bool ModemDialup::Hangup() {
-  mState.DialupConnection = false;
+  mLinks.state.DialupConnection = false;
   if (!port().PortOpen()) return false;
   // Just the three characters: it is the fall of data terminal ready that ends a call.
   port().Output(toBytes("ATH"));
@@ -106,7 +114,7 @@ bool ModemDialup::Hangup() {
   port().DTREnable(false);
   port().DTREnable(DTREnable);
   closePort();
-  mPlatform.note("hung up");
+  mLinks.note("hung up");
   show(u"ارتباط قطع شد", callTitle);
   return true;
 }
@@ -116,7 +124,7 @@ void ModemDialup::closePort() {
 }
 
 void ModemDialup::show(const std::u16string& prompt, const std::u16string& title) {
-  mPlatform.msgBox().show(prompt, MsgBox::Buttons::ok, title);
+  mLinks.platform.msgBox().show(prompt, MsgBox::Buttons::ok, title);
 }
 
 }  // namespace cronvel

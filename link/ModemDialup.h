@@ -3,9 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "link/LinkState.h"
-#include "link/SerialLink.h"
-#include "platform/Platform.h"
+#include "link/DeviceLinks.h"
 
 namespace cronvel {
 
@@ -13,8 +11,14 @@ namespace cronvel {
 /// user itself, in message boxes.
 class ModemDialup {
  public:
-  ModemDialup(Platform& platform, SerialLink& serial, LinkState& state)
-      : mPlatform(platform), mSerial(serial), mState(state) {}
+  /// Whether the serial line goes through a dial-up modem. Commands then refuse to run without a
+  /// carrier and leave the line settings alone.
+  bool DialupConnection() const { return mLinks.state.DialupConnection; }
+  void DialupConnection(bool New_DialupConnection);
+
+  /// The telephone number to dial; "0" at first.
+  std::u16string TelNum() const { return mLinks.state.TelNum; }
+  void TelNum(const std::u16string& New_TelNum);
 
   /// Dials `TelNum` by pulses, at 4800 baud whatever `BPS` says, and waits up to 120 s for a
   /// carrier. Returns
@@ -33,6 +37,10 @@ class ModemDialup {
   /// already. `DialupConnection` is False afterwards.
   bool Hangup();
 
+ protected:
+  explicit ModemDialup(DeviceLinks& links) : mLinks(links) {}
+  ~ModemDialup() = default;
+
  private:
   bool numberIsValid() const;
   void sendNumber();
@@ -41,11 +49,9 @@ class ModemDialup {
   std::int16_t callResult();
   void closePort();
   void show(const std::u16string& prompt, const std::u16string& title);
-  SerialPort& port() { return mSerial.port(); }
+  SerialPort& port() { return mLinks.serial.port(); }
 
-  Platform& mPlatform;
-  SerialLink& mSerial;
-  LinkState& mState;
+  DeviceLinks& mLinks;
 };
 
 }  // namespace cronvel

@@ -5,36 +5,20 @@
 #include <optional>
 #include <string>
 
-#include "link/CronvelEvents.h"
-#include "platform/Platform.h"
-#include "runtime/Bytes.h"
+#include "link/SocketMembers.h"
 
 namespace cronvel {
 
-/// The child socket array with the nine socket members, the socket properties, and the hand-over of
-/// received bytes to a command that waits for them.
+/// The path by which what happens on the sockets reaches the host, and the hand-over of received
+/// bytes to a command that waits for them.
 class NetworkLink : private SocketEvents {
  public:
-  NetworkLink(Platform& platform, __Cronvel& events);
+  /// All outlive it.
+  NetworkLink(Platform& platform, Host& host, SocketMembers& members);
 
-  // The values that the two mode members give to a socket.
-  std::int16_t WinSockProtocol = sckTCPProtocol;
-  std::int32_t WinSockLocalPort = 8085;
-  std::int32_t WinSockRemotePort = 8085;
-  std::u16string WinSockRemoteHost;
-
-  // The socket members, as the control documents them.
-  void SetWinSockTCPMode(std::int16_t Index);
-  void SetWinSockUDPMode(std::int16_t Index);
-  void SetWinSockLocalPort(std::int16_t Index, std::int32_t lLocalPort);
-  void WinSockListen(std::int16_t Index);
-  void WinSockSendData(std::int16_t Index, const Bytes& TransmitedData);
-  void WinSockSendDataByte(std::int16_t Index, std::uint8_t TransmitedData);
-  void WinSockConnect(std::int16_t Index);
-  void WinSockConnectToHost(std::int16_t Index, const std::u16string& RemoteHost);
-  void WinSockClose(std::int16_t Index);
-
-  SocketArray& sockets() { return *sokWinSock; }
+  /// What the commands do with a socket is what hosts do.
+  SocketMembers& members() { return mMembers; }
+  SocketArray& sockets() { return *mMembers.sokWinSock; }
 
   /// Forgets what arrived before, so that it is not taken for what comes now.
   void forgetArrival() { mDataArrived = false; }
@@ -59,13 +43,10 @@ class NetworkLink : private SocketEvents {
                     std::int32_t /*bytesRemaining*/) override {}
 
   void reportState();
-  void closeIfOpen(std::int16_t Index);
-  Socket& closedSocket(std::int16_t Index);
-  void pump() { mPump.DoEvents(); }
+  void pump() { mMembers.pump(); }
 
   __Cronvel& mEvents;
-  MessagePump& mPump;
-  std::unique_ptr<SocketArray> sokWinSock;
+  SocketMembers& mMembers;
   std::unique_ptr<Timer> tmrWinSockCurrentState;
   std::int16_t mLastSocketState;
   bool mDirectRead = false;

@@ -22,9 +22,9 @@ constexpr SerialPortSetup binaryInput{
 
 }  // namespace
 
-SerialLink::SerialLink(Platform& platform, LinkState& state, __Cronvel& events)
+SerialLink::SerialLink(Platform& platform, Host& host, ControlState& state)
     : mState(state),
-      mEvents(events),
+      mEvents(host.events),
       MSComm1(platform.makeSerialPort()),
       Timer2(platform.makeTimer()) {
   MSComm1->configure(binaryInput);

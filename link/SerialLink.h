@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "link/CronvelEvents.h"
-#include "link/LinkState.h"
+#include "host/Host.h"
+#include "link/ControlState.h"
 #include "platform/Platform.h"
 
 namespace cronvel {
@@ -15,7 +15,7 @@ class SerialLink {
  public:
   /// Makes the port and sets it up for binary input with a receive event for every byte. Its number
   /// and line settings are left alone.
-  SerialLink(Platform& platform, LinkState& state, __Cronvel& events);
+  SerialLink(Platform& platform, Host& host, ControlState& state);
 
   SerialPort& port() { return *MSComm1; }
   const SerialPort& port() const { return *MSComm1; }
@@ -30,7 +30,7 @@ class SerialLink {
   void OnComm();
   void Timer2Tick();
 
-  LinkState& mState;
+  ControlState& mState;
   __Cronvel& mEvents;
   std::unique_ptr<SerialPort> MSComm1;
   std::unique_ptr<Timer> Timer2;

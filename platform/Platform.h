@@ -42,8 +42,8 @@ class Platform {
   /// cannot be made.
   virtual std::unique_ptr<SerialLineEnd> makeSerialLineEnd(const std::string& linkName) = 0;
 
-  /// What the control has to say about what it does ("no reply within 5 s: nothing came"). Heard by
-  /// a tracing platform; nothing otherwise.
+  /// A line for the transcript, where one is written: what the control has to say about what it
+  /// does ("no reply within 5 s: nothing came").
   virtual void note(std::string_view /*text*/) {}
 };
 

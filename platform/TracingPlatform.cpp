@@ -207,8 +207,7 @@ std::unique_ptr<SocketArray> TracingPlatform::makeSocketArray() {
 }
 
 void TracingPlatform::note(std::string_view text) {
-  mLastNote = text;
-  write("-- " + mLastNote);
+  write("-- " + std::string(text));
   mInner.note(text);
 }
 

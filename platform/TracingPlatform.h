@@ -19,12 +19,9 @@ class TracingPlatform : public Platform {
   /// Called with one line of text, without its end, on the thread that drives the control.
   using Sink = std::function<void(std::string_view line)>;
 
-  /// An empty sink only keeps the last note. `inner` must outlive this.
+  /// `inner` must outlive this. An empty sink hears nothing.
   TracingPlatform(Platform& inner, Sink sink);
   ~TracingPlatform() override;
-
-  /// The last thing that the control noted: why its last command ended as it did.
-  const std::string& lastNote() const { return mLastNote; }
 
   std::unique_ptr<SerialPort> makeSerialPort() override;
   std::unique_ptr<SocketArray> makeSocketArray() override;
@@ -46,7 +43,6 @@ class TracingPlatform : public Platform {
  private:
   Platform& mInner;
   Sink mSink;
-  std::string mLastNote;
 };
 
 }  // namespace cronvel

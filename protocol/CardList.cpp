@@ -21,7 +21,7 @@ constexpr std::size_t longestNumber = 4;
 /// Above it the upper two digits fit no byte.
 constexpr std::int16_t highestCard = 15999;
 
-CommandForm cardForm(int code) { return {.code = code, .monitoring = MonitoringEnd::restored}; }
+CommandForm cardForm(int code) { return {.code = code, .monitoring = alwaysRestored}; }
 
 std::uint8_t resultOf(const Outcome& outcome) {
   if (outcome.kind == Outcome::Kind::noCarrier) return 0;
@@ -66,7 +66,7 @@ class Block {
 };
 
 /// One pass over the file.
-void eachCard(const DeviceLinks& links, const std::u16string& fileName,
+void eachCard(DeviceLinks& links, const std::u16string& fileName,
               const std::function<void(std::int16_t)>& use) {
   DelimitedInput input(toPath(fileName));
   std::string field;
@@ -111,7 +111,7 @@ std::uint8_t CardList::AddCardFile(const std::u16string& sRemoteHost,
     body.line().settings("9600,s,8,1");
     std::int32_t count = 0;
     eachCard(mLinks, mFileName, [&](std::int16_t) { ++count; });
-    mEvents.AddFileProgressInit(count);
+    mLinks.host.events.AddFileProgressInit(count);
     Block block(body);
     block.sendEdge();
     std::int32_t sent = 0;
@@ -119,7 +119,7 @@ std::uint8_t CardList::AddCardFile(const std::u16string& sRemoteHost,
       mLinks.Sleep(50);
       block.sendCard(card);
       std::int32_t progress = ++sent;  // what the host writes into it is discarded
-      mEvents.AddFileProgressInc(progress);
+      mLinks.host.events.AddFileProgressInc(progress);
     });
     block.sendEdge();
     block.sendSum();

@@ -47,7 +47,7 @@ bool ClockCommands::SetDate(const std::u16string& sRemoteHost, const std::u16str
 
 bool ClockCommands::SetDayLight(const std::u16string& sRemoteHost, std::uint8_t d1, std::uint8_t m1,
                                 std::uint8_t d2, std::uint8_t m2) {
-  CommandExchange exchange(mLinks, sRemoteHost, {.code = 29, .monitoring = MonitoringEnd::off});
+  CommandExchange exchange(mLinks, sRemoteHost, {.code = 29, .monitoring = alwaysOff});
   return exchange
       .run([&](CommandExchange& body) {
         for (const std::uint8_t field : {d1, m1, d2, m2}) body.send(bcdByte(field));
@@ -66,7 +66,7 @@ bool ClockCommands::TestConnection(const std::u16string& sRemoteHost) {
                             .network = NetworkVariant::listen,
                             .bodySettings = "600,n,8,1",
                             .discardOutput = true,
-                            .monitoring = MonitoringEnd::restored});
+                            .monitoring = alwaysRestored});
   return exchange.run([](CommandExchange&) {}).accepted();
 }
 

@@ -30,17 +30,17 @@ bool Outcome::accepted() const {
   return kind == Kind::replied && !reply.empty() && reply.front() == successReply;
 }
 
-CommandExchange::CommandExchange(const DeviceLinks& links, const std::u16string& sRemoteHost,
+CommandExchange::CommandExchange(DeviceLinks& links, const std::u16string& sRemoteHost,
                                  const CommandForm& form)
     : CommandExchange(links, DeviceLine::choose(links, sRemoteHost), form) {}
 
-CommandExchange::CommandExchange(const DeviceLinks& links, std::unique_ptr<DeviceLine> line,
+CommandExchange::CommandExchange(DeviceLinks& links, std::unique_ptr<DeviceLine> line,
                                  const CommandForm& form)
     : mLinks(links), mForm(form), mLine(std::move(line)) {}
 
 Outcome CommandExchange::run(const Payload& payload) {
   if (!carrierPresent()) return {Outcome::Kind::noCarrier, {}};
-  connect();
+  if (!connect()) return {Outcome::Kind::notConnected, {}};
   holdMonitoring();
   return converse(payload);
 }
@@ -59,20 +59,20 @@ Outcome CommandExchange::converse(const Payload& payload) {
 bool CommandExchange::carrierPresent() {
   const bool carrier = mLinks.serial.port().CDHolding();
   if (!mLinks.state.DialupConnection || carrier) return true;
-  mLinks.platform.note("no modem carrier: dial first, or set DialupConnection to False");
+  mLinks.note("no modem carrier: dial first, or set DialupConnection to False");
   mLinks.platform.msgBox().show(noCarrierText, MsgBox::Buttons::ok, modemTitle);
   return false;
 }
 
 void CommandExchange::holdMonitoring() {
-  if (mForm.monitoring == MonitoringEnd::off) return;
+  if (monitoringEnd() == MonitoringEnd::off || monitoringEnd() == MonitoringEnd::untouched) return;
   mSavedMonitoring = mLinks.state.MonitoringON;
   mLinks.state.MonitoringON = false;
 }
 
 bool CommandExchange::prepareLink() {
   if (!mLine->prepare(mForm.network)) {
-    mLinks.platform.note("no terminal connected in within 10 s");
+    mLinks.note("no terminal connected in within 10 s");
     release(false);
     return false;
   }
@@ -98,20 +98,17 @@ void CommandExchange::sendText(std::u16string_view text, std::size_t length) {
   for (const std::uint8_t code : codes) send(code);
 }
 
-void CommandExchange::sendSwitch(bool on) {
-  prepareLink();
-  sendSwitchBytes(on);
-}
-
-void CommandExchange::sendSwitchBytes(bool on) {
+bool CommandExchange::sendSwitch(bool on) {
+  if (!prepareLink()) return false;
   sendRequest();
   send(on ? 'T' : 'F', 0);
+  return true;
 }
 
 std::optional<Bytes> CommandExchange::awaitReply() {
   mLine->expectReply();
   std::optional<Bytes> reply;
-  const double wait = mLine->isSerial() ? mForm.serialWait : mForm.networkWait;
+  const double wait = mLine->own(mForm.wait);
   mLinks.waitFor(wait, [&] { return (reply = mLine->takeReply()).has_value(); });
   noteReply(reply, wait);
   return reply;
@@ -120,13 +117,13 @@ std::optional<Bytes> CommandExchange::awaitReply() {
 void CommandExchange::noteReply(const std::optional<Bytes>& reply, double wait) const {
   const std::string terminal = "terminal " + std::to_string(mLinks.state.DeviceNum);
   if (!reply || reply->empty()) {
-    mLinks.platform.note("no reply within " + std::to_string(std::lround(wait)) +
-                         " s: nothing came from " + terminal);
+    mLinks.note("no reply within " + std::to_string(std::lround(wait)) + " s: nothing came from " +
+                terminal);
   } else if (reply->front() == successReply) {
-    mLinks.platform.note("reply 24 (18 hex): " + terminal + " has done it");
+    mLinks.note("reply 24 (18 hex): " + terminal + " has done it");
   } else {
-    mLinks.platform.note("reply " + decimalAndHex(reply->front()) + " instead of 24 (18 hex): " +
-                         terminal + " has refused, or the line is disturbed");
+    mLinks.note("reply " + decimalAndHex(reply->front()) + " instead of 24 (18 hex): " + terminal +
+                " has refused, or the line is disturbed");
   }
 }
 
@@ -136,9 +133,10 @@ void CommandExchange::release(bool replied) {
 }
 
 void CommandExchange::endMonitoringHold(bool replied) {
+  const MonitoringEnd end = monitoringEnd();
+  if (end == MonitoringEnd::untouched) return;
   const bool staysOff =
-      mForm.monitoring == MonitoringEnd::off ||
-      (mForm.monitoring == MonitoringEnd::offAfterSerialReply && replied && mLine->isSerial());
+      end == MonitoringEnd::off || (end == MonitoringEnd::offAfterReply && replied);
   mLinks.state.MonitoringON = !staysOff && mSavedMonitoring;
 }
 

@@ -12,12 +12,21 @@
 
 namespace cronvel {
 
-/// How `MonitoringON` ends after a command.
+/// How `MonitoringON` ends after a command that held it.
 enum class MonitoringEnd {
-  restored,             ///< has its earlier value in every outcome
-  offAfterSerialReply,  ///< False after a reply on the serial line, else restored
-  off,                  ///< False whenever something was sent; the command does not hold it before
+  restored,       ///< has its earlier value in every outcome
+  offAfterReply,  ///< False after a reply, else restored
+  off,            ///< False whenever something was sent; the command does not hold it before
+  untouched,      ///< the command does not hold it
 };
+
+/// What most commands do: a reply on the serial line leaves `MonitoringON` False.
+inline constexpr PerLine<MonitoringEnd> usualEnd{MonitoringEnd::offAfterReply,
+                                                 MonitoringEnd::restored};
+inline constexpr PerLine<MonitoringEnd> alwaysRestored{MonitoringEnd::restored,
+                                                       MonitoringEnd::restored};
+inline constexpr PerLine<MonitoringEnd> alwaysOff{MonitoringEnd::off, MonitoringEnd::off};
+inline constexpr PerLine<MonitoringEnd> notHeld{MonitoringEnd::untouched, MonitoringEnd::untouched};
 
 /// What one command does differently from the others: its row in a table of them.
 struct CommandForm {
@@ -25,9 +34,8 @@ struct CommandForm {
   NetworkVariant network = NetworkVariant::connect;
   std::string_view bodySettings = "600,s,8,1";
   bool discardOutput = false;  ///< the link preparation empties the output buffer too
-  MonitoringEnd monitoring = MonitoringEnd::offAfterSerialReply;
-  double serialWait = 5;   ///< seconds that it waits for a reply on the serial line
-  double networkWait = 5;  ///< the same on the network
+  PerLine<MonitoringEnd> monitoring = usualEnd;
+  PerLine<double> wait = {5, 5};  ///< seconds that it waits for a reply
 };
 
 /// How an exchange went.
@@ -51,13 +59,11 @@ class CommandExchange {
   using Payload = std::function<void(CommandExchange&)>;
 
   /// `links` must outlive the exchange.
-  CommandExchange(const DeviceLinks& links, const std::u16string& sRemoteHost,
-                  const CommandForm& form);
+  CommandExchange(DeviceLinks& links, const std::u16string& sRemoteHost, const CommandForm& form);
   /// Always on the serial line.
-  CommandExchange(const DeviceLinks& links, const CommandForm& form)
+  CommandExchange(DeviceLinks& links, const CommandForm& form)
       : CommandExchange(links, std::u16string(), form) {}
-  CommandExchange(const DeviceLinks& links, std::unique_ptr<DeviceLine> line,
-                  const CommandForm& form);
+  CommandExchange(DeviceLinks& links, std::unique_ptr<DeviceLine> line, const CommandForm& form);
 
   /// The whole sequence.
   Outcome run(const Payload& payload);
@@ -67,8 +73,8 @@ class CommandExchange {
   /// False, after a message, when the control is set to a modem that has no carrier. Asked on the
   /// network too.
   bool carrierPresent();
-  /// The connect variant connects before the hold.
-  void connect() { mLine->connect(mForm.network); }
+  /// What connects before the hold; False when no terminal will connect in.
+  bool connect() { return mLine->connect(mForm.network); }
   /// Keeps the monitoring path from taking the reply.
   void holdMonitoring();
   /// False when no terminal connected in; the exchange is released then.
@@ -80,24 +86,23 @@ class CommandExchange {
   void send(int value, int pause);
   /// Sends a text in display codes, cut or filled up with blanks to that many bytes.
   void sendText(std::u16string_view text, std::size_t length);
-  /// All of a switch command, which waits for no reply: link preparation and bytes.
-  void sendSwitch(bool on);
-  /// Only its bytes: the request and "T" or "F".
-  void sendSwitchBytes(bool on);
+  /// All of a switch command, which waits for no reply: link preparation, the request and "T" or
+  /// "F". False when no terminal connected in.
+  bool sendSwitch(bool on);
   /// What came during the body is an echo or noise.
   void endBody() { mLine->discardInput(); }
   std::optional<Bytes> awaitReply();
   /// Ends the hold and closes the connection.
   void release(bool replied);
-  /// Only the first half of `release`.
-  void endMonitoringHold(bool replied);
 
   DeviceLine& line() { return *mLine; }
 
  private:
+  MonitoringEnd monitoringEnd() const { return mLine->own(mForm.monitoring); }
+  void endMonitoringHold(bool replied);
   void noteReply(const std::optional<Bytes>& reply, double wait) const;
 
-  const DeviceLinks& mLinks;
+  DeviceLinks& mLinks;
   CommandForm mForm;
   std::unique_ptr<DeviceLine> mLine;
   bool mSavedMonitoring = false;

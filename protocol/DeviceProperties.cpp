@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t blockSize = 101;
 
-Bytes gather(const DeviceLinks& links, BlockStream& stream) {
+Bytes gather(DeviceLinks& links, BlockStream& stream) {
   Bytes properties(blockSize, 0);
   std::size_t count = 0;
   while (const auto block = nextBlock(links, stream)) {
@@ -21,18 +21,18 @@ Bytes gather(const DeviceLinks& links, BlockStream& stream) {
       properties[count++] = byte;
     }
   }
-  links.platform.note(std::to_string(count) + " bytes of properties came");
+  links.note(std::to_string(count) + " bytes of properties came");
   return properties;
 }
 
 }  // namespace
 
-Variant getDeviceProperties(const DeviceLinks& links, const std::u16string& sRemoteHost) {
-  CommandExchange exchange(links, sRemoteHost,
+Variant DeviceProperties::GetDeviceProperties(const std::u16string& sRemoteHost) {
+  CommandExchange exchange(mLinks, sRemoteHost,
                            {.code = 24,
                             .network = NetworkVariant::listen,
                             .discardOutput = true,
-                            .monitoring = MonitoringEnd::restored});
+                            .monitoring = alwaysRestored});
   if (!exchange.carrierPresent()) return {};
   exchange.connect();
   exchange.holdMonitoring();
@@ -40,12 +40,7 @@ Variant getDeviceProperties(const DeviceLinks& links, const std::u16string& sRem
   exchange.sendRequest();
   exchange.line().settings("600,s,8,1");
   exchange.endBody();
-  Bytes properties;
-  {
-    const auto stream = exchange.line().isSerial() ? BlockStream::ofLine(exchange.line())
-                                                   : BlockStream::ofSocket(links.network);
-    properties = gather(links, *stream);
-  }
+  Bytes properties = gather(mLinks, *exchange.line().stream(StreamReading::direct));
   exchange.release(true);
   return properties;
 }

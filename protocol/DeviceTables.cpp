@@ -12,7 +12,7 @@ constexpr int alarmEntries = 24;
 }  // namespace
 
 Variant DeviceTables::SetAlarm(const HostArray<std::uint8_t>& mTiming) {
-  CommandExchange exchange(mLinks, {.code = alarmCode});
+  CommandExchange exchange(mLinks, {.code = alarmCode, .monitoring = notHeld});
   if (!exchange.carrierPresent()) return {};
   exchange.prepareLink();
   exchange.sendRequest();

@@ -12,15 +12,13 @@ constexpr int noPause = 0;
 }  // namespace
 
 bool ModeCommands::SetMode(const std::u16string& sRemoteHost, std::uint8_t mMode) {
-  CommandExchange exchange(mLinks, sRemoteHost,
-                           {.code = 32, .monitoring = MonitoringEnd::restored});
+  CommandExchange exchange(mLinks, sRemoteHost, {.code = 32, .monitoring = alwaysRestored});
   return exchange.run([&](CommandExchange& body) { body.send(mMode); }).accepted();
 }
 
 bool ModeCommands::SendModeStr(const std::u16string& sRemoteHost,
                                const HostArray<std::u16string>& ModeStr) {
-  CommandExchange exchange(mLinks, sRemoteHost,
-                           {.code = 31, .monitoring = MonitoringEnd::restored});
+  CommandExchange exchange(mLinks, sRemoteHost, {.code = 31, .monitoring = alwaysRestored});
   return exchange
       .run([&](CommandExchange& body) {
         body.send('$');
@@ -31,8 +29,7 @@ bool ModeCommands::SendModeStr(const std::u16string& sRemoteHost,
 
 bool ModeCommands::SendModeActive(const std::u16string& sRemoteHost,
                                   const HostArray<bool>& ModeActive) {
-  CommandExchange exchange(mLinks, sRemoteHost,
-                           {.code = 30, .monitoring = MonitoringEnd::restored});
+  CommandExchange exchange(mLinks, sRemoteHost, {.code = 30, .monitoring = alwaysRestored});
   return exchange
       .run([&](CommandExchange& body) {
         for (int i = 0; i < modes; ++i) body.send(ModeActive.at(i) ? 'T' : 'F');

@@ -1,7 +1,5 @@
 #include "protocol/Monitoring.h"
 
-#include <utility>
-
 #include "protocol/CommandExchange.h"
 #include "runtime/Conversion.h"
 #include "runtime/RunTimeError.h"
@@ -10,8 +8,9 @@ namespace cronvel {
 namespace {
 
 /// The body goes without parity, unlike other commands' bodies.
-constexpr CommandForm switchForm{
-    .code = 23, .network = NetworkVariant::listen, .bodySettings = "600,n,8,1"};
+CommandForm switchForm(NetworkVariant network) {
+  return {.code = 23, .network = network, .bodySettings = "600,n,8,1", .monitoring = notHeld};
+}
 
 /// A statement whose errors do not count.
 template <typename Statement>
@@ -24,29 +23,22 @@ void ignoringErrors(Statement&& statement) {
 
 }  // namespace
 
-Monitoring::Monitoring(const DeviceLinks& links, Store storeMonitoringOn)
-    : mLinks(links), mStoreMonitoringOn(std::move(storeMonitoringOn)) {}
-
 /// What all of them do before anything is sent; False without a carrier.
 bool Monitoring::begin(bool New_MonitoringON) {
-  if (!CommandExchange(mLinks, switchForm).carrierPresent()) return false;
-  mStoreMonitoringOn(New_MonitoringON);
+  if (!CommandExchange(mLinks, {}).carrierPresent()) return false;
+  mLinks.host.setInRunMode(mLinks.state.MonitoringON, New_MonitoringON, "MonitoringON");
   mLinks.network.directRead(false);  // a terminal's events have to arrive
   return true;
 }
 
+void Monitoring::MonitoringON(bool New_MonitoringON) { SetMonitoringOnOff({}, New_MonitoringON); }
+
 bool Monitoring::SetMonitoringOnOff(const std::u16string& sRemoteHost, bool New_MonitoringON) {
   if (!begin(New_MonitoringON)) return false;
-  if (!sRemoteHost.empty()) return switchFirstSocket(New_MonitoringON);
-  CommandExchange(mLinks, switchForm).sendSwitch(New_MonitoringON);
-  return true;
-}
-
-bool Monitoring::switchFirstSocket(bool on) {
-  if (!mLinks.waitForTerminal()) return false;
-  CommandExchange exchange(mLinks, DeviceLine::onSocket(mLinks, 0, {}), switchForm);
-  exchange.sendSwitchBytes(on);
-  if (!on) exchange.line().close();
+  CommandExchange exchange(mLinks, sRemoteHost, switchForm(NetworkVariant::await));
+  if (!exchange.connect()) return false;
+  exchange.sendSwitch(New_MonitoringON);
+  if (!New_MonitoringON) exchange.line().close();
   return true;
 }
 
@@ -55,15 +47,13 @@ bool Monitoring::SetMonitoringOnGroup(const std::u16string& sRemoteHost, bool Ne
   SocketArray& sockets = mLinks.network.sockets();
   const std::int16_t index = toInteger(sockets.upperBound() + 1);
   sockets.load(index);
-  mLinks.network.SetWinSockTCPMode(index);
-  CommandExchange exchange(mLinks, DeviceLine::onSocket(mLinks, index, sRemoteHost), switchForm);
-  if (!exchange.line().prepare(NetworkVariant::listen)) {
-    mLinks.platform.note("no terminal connected in within 10 s");
-    exchange.line().close();
+  mLinks.network.members().SetWinSockTCPMode(index);
+  CommandExchange exchange(mLinks, DeviceLine::onSocket(mLinks, index, sRemoteHost),
+                           switchForm(NetworkVariant::listen));
+  if (!exchange.sendSwitch(New_MonitoringON)) {
     sockets.unload(index);
     return false;
   }
-  exchange.sendSwitchBytes(New_MonitoringON);
   const auto reply = exchange.awaitReply();
   if (!reply) exchange.line().close();
   return reply && Outcome{Outcome::Kind::replied, *reply}.accepted();
@@ -81,9 +71,11 @@ bool Monitoring::SetMonitoringOffGroup(const std::u16string& sRemoteHost, bool N
   return true;
 }
 
+/// Over the connection that the member has.
 void Monitoring::switchMember(std::int16_t index, bool on) {
-  CommandExchange exchange(mLinks, DeviceLine::onSocket(mLinks, index, {}), switchForm);
-  exchange.sendSwitchBytes(on);
+  CommandExchange exchange(mLinks, DeviceLine::onSocket(mLinks, index, {}),
+                           switchForm(NetworkVariant::connect));
+  exchange.sendSwitch(on);
   exchange.awaitReply();  // whatever it says, the connection ends
   exchange.line().close();
   SocketArray& sockets = mLinks.network.sockets();
@@ -92,10 +84,10 @@ void Monitoring::switchMember(std::int16_t index, bool on) {
 }
 
 bool Monitoring::StartMonitoringGroup() {
-  NetworkLink& network = mLinks.network;
-  const std::int16_t index = network.sockets().upperBound();
-  ignoringErrors([&] { network.WinSockConnectToHost(index, network.WinSockRemoteHost); });
-  ignoringErrors([&] { network.WinSockSendDataByte(index, 0); });
+  SocketMembers& members = mLinks.network.members();
+  const std::int16_t index = mLinks.network.sockets().upperBound();
+  ignoringErrors([&] { members.WinSockConnectToHost(index, members.WinSockRemoteHost()); });
+  ignoringErrors([&] { members.WinSockSendDataByte(index, 0); });
   return true;
 }
 

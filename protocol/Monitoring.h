@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 
 #include "link/DeviceLinks.h"
@@ -9,27 +8,39 @@
 namespace cronvel {
 
 /// Switches live monitoring, for one terminal or for a group of network terminals with a socket
-/// each. The members are the control's own, documented there.
+/// each. 387 in design mode. The new value is kept in `MonitoringON` before anything is sent.
 class Monitoring {
  public:
-  /// Keeps the new value of `MonitoringON`; raises 387 in design mode.
-  using Store = std::function<void(bool)>;
+  /// Whether bytes that arrive on the serial line outside a command are reported as monitoring
+  /// data. The set sends the switch over the serial line and waits for no reply; 387 in design
+  /// mode. Every command holds it False while it runs; some leave it False (see there).
+  bool MonitoringON() const { return mLinks.state.MonitoringON; }
+  void MonitoringON(bool New_MonitoringON);
 
-  Monitoring(const DeviceLinks& links, Store storeMonitoringOn);
-
-  void MonitoringON(bool New_MonitoringON) { SetMonitoringOnOff({}, New_MonitoringON); }
+  /// Switches a terminal's live monitoring and waits for no reply. On the network it waits, without
+  /// a limit, for the terminal to connect in to socket 0's local port, and leaves the connection
+  /// open for the terminal's events while monitoring is on. False when nothing was sent.
   bool SetMonitoringOnOff(const std::u16string& sRemoteHost, bool New_MonitoringON);
+  /// Adds a terminal to the monitored group: makes a socket for it that listens on the port after
+  /// "-" (10 s), and waits 5 s for the reply. The connection stays open if one came. With an empty
+  /// `sRemoteHost` it does nothing and returns False.
   bool SetMonitoringOnGroup(const std::u16string& sRemoteHost, bool New_MonitoringON);
+  /// Serves every connected socket of the group, one after another, and destroys it. True when all
+  /// were served, whatever they answered. With an empty `sRemoteHost` it does nothing and returns
+  /// False.
   bool SetMonitoringOffGroup(const std::u16string& sRemoteHost, bool New_MonitoringON);
+  /// Connects the highest socket to `WinSockRemoteHost` and sends a zero byte. Always True.
   bool StartMonitoringGroup();
+
+ protected:
+  explicit Monitoring(DeviceLinks& links) : mLinks(links) {}
+  ~Monitoring() = default;
 
  private:
   bool begin(bool New_MonitoringON);
-  bool switchFirstSocket(bool on);
   void switchMember(std::int16_t index, bool on);
 
-  const DeviceLinks& mLinks;
-  Store mStoreMonitoringOn;
+  DeviceLinks& mLinks;
 };
 
 }  // namespace cronvel

@@ -1,7 +1,5 @@
 #include "protocol/ReaderCommands.h"
 
-#include <utility>
-
 #include "protocol/CommandExchange.h"
 #include "runtime/Conversion.h"
 #include "runtime/PackedBcd.h"
@@ -29,23 +27,23 @@ int anyKey(char16_t c) {
 
 }  // namespace
 
-ReaderCommands::ReaderCommands(const DeviceLinks& links, Store storeReaderOn)
-    : mLinks(links), mStoreReaderOn(std::move(storeReaderOn)) {}
+void ReaderCommands::storeReaderOn(bool New_ReaderOn) {
+  mLinks.host.setInRunMode(mLinks.state.ReaderOn, New_ReaderOn, "ReaderOn");
+}
 
 void ReaderCommands::ReaderOn(bool New_ReaderOn) {
-  CommandExchange exchange(mLinks, {.code = readerCode});
+  CommandExchange exchange(mLinks, {.code = readerCode, .monitoring = notHeld});
   if (!exchange.carrierPresent()) return;
-  mStoreReaderOn(New_ReaderOn);
+  storeReaderOn(New_ReaderOn);
   exchange.sendSwitch(New_ReaderOn);
 }
 
 bool ReaderCommands::SetReaderOnOff(const std::u16string& sRemoteHost, bool New_ReaderOn) {
-  CommandExchange exchange(
-      mLinks, sRemoteHost,
-      {.code = readerCode, .monitoring = MonitoringEnd::restored, .networkWait = 25});
+  CommandExchange exchange(mLinks, sRemoteHost,
+                           {.code = readerCode, .monitoring = alwaysRestored, .wait = {5, 25}});
   if (!exchange.carrierPresent()) return false;
   exchange.holdMonitoring();
-  mStoreReaderOn(New_ReaderOn);
+  storeReaderOn(New_ReaderOn);
   exchange.connect();
   return exchange
       .converse([&](CommandExchange& body) { body.send(New_ReaderOn ? 'T' : 'F', noPause); })
@@ -65,7 +63,7 @@ bool ReaderCommands::setGroup(int code, const std::u16string& sRemoteHost, std::
   if (!exchange.carrierPresent()) return false;
   exchange.holdMonitoring();
   if (mG > highestGroup) {
-    mLinks.platform.note("group " + std::to_string(mG) + " is not sent: groups go from 0 to 99");
+    mLinks.note("group " + std::to_string(mG) + " is not sent: groups go from 0 to 99");
     return false;
   }
   exchange.connect();

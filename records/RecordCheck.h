@@ -3,27 +3,39 @@
 #include <cstdint>
 #include <string>
 
+#include "link/DeviceLinks.h"
+
 namespace cronvel {
 
-/// The properties of the control that a record file check uses and sets.
-struct RecordCounters {
-  std::uint8_t IdLen = 4;
-  std::int32_t NumOfRecs = 0;
-  std::int32_t DamagedRecs = 0;
-};
+/// The check of a raw record file, and what it counted.
+class RecordCheck {
+ public:
+  /// Decimal digits of a card number in a record, two to a byte; 4 at first. An odd value is
+  /// ignored.
+  std::uint8_t IdLen() const { return mLinks.state.IdLen; }
+  void IdLen(std::uint8_t New_IdLen);
 
-/// Checks a raw record file as `Cronvel::CheckIntegrity` documents it; True for -1.
-///
-/// The stream is a sequence of markers (0xA1 and up) and data bytes of two decimal digits each. A
-/// marker ends the record being collected and says what kind follows: date records (3 bytes: day,
-/// month, year) or card records (`IdLen` / 2 bytes of card number, hour, minute). 0xE3 starts the
-/// trailer of 11 plain bytes: start and end position (3 bytes each), record count (2), 2 unused,
-/// 0xE3. The files written beside it:
-///
-/// - ".txt": card, time, date and type of each card record, quoted, comma-separated
-/// - ".ddd": each date, quoted
-/// - ".dat": tab-separated lines: "0ed" once before the first date, "bb" and the date's parts, a
-///   type other than "ed" alone, card and time
-bool checkRecordFile(const std::u16string& mFileName, bool DoCheck, RecordCounters& counters);
+  /// Card records found by the last record file check.
+  std::int32_t NumOfRecs() const { return mLinks.state.NumOfRecs; }
+  void NumOfRecs(std::int32_t New_NumOfRecs);
+
+  /// Damaged card records and damaged date bytes found by the last record file check.
+  std::int32_t DamagedRecs() const { return mLinks.state.DamagedRecs; }
+  void DamagedRecs(std::int32_t New_DamagedRecs);
+
+  /// Reads a raw record file, writes ".txt", ".ddd" and ".dat" files of the same base name beside
+  /// it and sets `NumOfRecs` and `DamagedRecs`. Returns -1 when the file ends in a valid trailer
+  /// (or breaks off within it), else 0; with `DoCheck` the trailer's record count must also agree
+  /// with its positions to within 10. Raises 9 for more than 21 bytes that complete no record, 53
+  /// for a missing file and the other file errors; the files then hold what was written so far.
+  std::int16_t CheckIntegrity(const std::u16string& mFileName, bool DoCheck);
+
+ protected:
+  explicit RecordCheck(DeviceLinks& links) : mLinks(links) {}
+  ~RecordCheck() = default;
+
+ private:
+  DeviceLinks& mLinks;
+};
 
 }  // namespace cronvel

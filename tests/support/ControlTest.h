@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "control/Cronvel.h"
-#include "platform/PropertyBagFile.h"
+#include "host/PropertyBagFile.h"
 #include "tests/support/FakePlatform.h"
 
 namespace cronvel::test {

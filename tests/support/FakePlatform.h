@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Container.h"
+#include "host/Container.h"
 #include "platform/Platform.h"
 #include "runtime/RunTimeError.h"
 

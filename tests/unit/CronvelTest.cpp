@@ -1,6 +1,6 @@
 #include <filesystem>
 
-#include "platform/PropertyBagFile.h"
+#include "host/PropertyBagFile.h"
 #include "tests/support/ControlTest.h"
 #include "tests/support/TestFolder.h"
 
@@ -165,9 +165,11 @@ TEST_F(CronvelTest, MonitoringBytesReachTheHostOnlyWhileItIsOn) {
 
 TEST(SerialLinkTest, TheTimeOutComesWithItsLastTick) {
   FakePlatform platform;
-  LinkState state;
+  ControlState state;
+  RecordingContainer container;
   RecordingEvents events;
-  SerialLink link(platform, state, events);
+  Host host{container, events, {}};
+  SerialLink link(platform, host, state);
   link.startTimeOut(2);
   platform.time.run(119.9);
   EXPECT_FALSE(link.timedOut());

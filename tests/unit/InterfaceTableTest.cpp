@@ -189,13 +189,17 @@ TEST_F(InterfaceTableTest, EveryCommandsRowIsWhatTheControlDoes) {
 TEST_F(InterfaceTableTest, EveryMemberAndEventIsInTheTable) {
   const std::string table = readWhole("docs/interface.md");
   const std::regex member(" ([A-Z]\\w+)\\([^;{]*\\)(?: const)?(?:;| \\{)");
-  for (const char* header : {"control/Cronvel.h", "link/CronvelEvents.h"}) {
+  for (const char* header :
+       {"control/Cronvel.h", "link/ModemDialup.h", "link/SocketMembers.h", "protocol/CardList.h",
+        "protocol/ClockCommands.h", "protocol/DeviceProperties.h", "protocol/DeviceTables.h",
+        "protocol/ModeCommands.h", "protocol/Monitoring.h", "protocol/ReaderCommands.h",
+        "records/RecordCheck.h", "records/RecordDownload.h", "host/CronvelEvents.h"}) {
     std::string text = readWhole(header);
-    text = text.substr(0, text.find(" private:"));
+    text = text.substr(0, std::min(text.find(" private:"), text.find(" protected:")));
     std::set<std::string> names;
     for (std::sregex_iterator i(text.begin(), text.end(), member), end; i != end; ++i)
       names.insert((*i)[1]);
-    EXPECT_GT(names.size(), 6U) << header;
+    EXPECT_GT(names.size(), 0U) << header;
     names.erase("Cronvel");
     for (const std::string& name : names)
       EXPECT_TRUE(table.find("`" + name + "`") != std::string::npos ||

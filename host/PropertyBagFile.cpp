@@ -1,4 +1,4 @@
-#include "platform/PropertyBagFile.h"
+#include "host/PropertyBagFile.h"
 
 #include <algorithm>
 #include <array>

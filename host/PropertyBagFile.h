@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/PropertyBag.h"
+#include "host/PropertyBag.h"
 
 namespace cronvel {
 

@@ -1,0 +1,87 @@
+#include "protocol/NetworkDeviceLine.h"
+
+#include "runtime/Conversion.h"
+
+namespace cronvel {
+namespace {
+
+constexpr double connectLimit = 10;
+
+/// Reads socket 0 itself as long as this lives; its data is no event meanwhile.
+class SocketBlocks : public BlockStream {
+ public:
+  explicit SocketBlocks(NetworkLink& network) : mNetwork(network) { mNetwork.directRead(true); }
+  ~SocketBlocks() override { mNetwork.directRead(false); }
+  SocketBlocks(const SocketBlocks&) = delete;
+  SocketBlocks& operator=(const SocketBlocks&) = delete;
+
+  std::optional<Bytes> take() override {
+    Socket& socket = mNetwork.sockets().at(0);
+    if (socket.BytesReceived() < 1) return std::nullopt;
+    return socket.GetData();
+  }
+
+ private:
+  NetworkLink& mNetwork;
+};
+
+/// What socket 0's data-arrival handler hands over, so that the host sees it as an event too.
+class ArrivedBlocks : public BlockStream {
+ public:
+  explicit ArrivedBlocks(NetworkLink& network) : mNetwork(network) { mNetwork.forgetArrival(); }
+  ~ArrivedBlocks() override { mNetwork.directRead(false); }
+  ArrivedBlocks(const ArrivedBlocks&) = delete;
+  ArrivedBlocks& operator=(const ArrivedBlocks&) = delete;
+
+  std::optional<Bytes> take() override { return mNetwork.takeArrival(); }
+  void busy(bool on) override { mNetwork.directRead(on); }
+
+ private:
+  NetworkLink& mNetwork;
+};
+
+}  // namespace
+
+bool NetworkDeviceLine::connect(NetworkVariant variant) {
+  mNetwork.directRead(false);  // an earlier command that an error ended may have left it on
+  if (variant == NetworkVariant::await) return awaitTerminal();
+  if (variant == NetworkVariant::connect)
+    mNetwork.members().WinSockConnectToHost(mIndex, mRemoteHost);
+  return true;
+}
+
+bool NetworkDeviceLine::awaitTerminal() {
+  mNetwork.members().WinSockListen(mIndex);
+  while (state() == sckConnecting || state() == sckListening)
+    mLinks.platform.messagePump().waitEvents();
+  if (state() == sckConnected) return true;
+  mLinks.note("no terminal connected in");
+  close();
+  return false;
+}
+
+bool NetworkDeviceLine::prepare(NetworkVariant variant) {
+  if (variant != NetworkVariant::listen) return true;
+  mNetwork.members().SetWinSockLocalPort(mIndex, listenPort());
+  mNetwork.members().WinSockListen(mIndex);
+  mLinks.waitFor(connectLimit, [this] { return state() == sckConnected; });
+  return state() == sckConnected;
+}
+
+void NetworkDeviceLine::send(int value) {
+  mNetwork.members().WinSockSendDataByte(mIndex, toByte(value));
+}
+
+std::unique_ptr<BlockStream> NetworkDeviceLine::stream(StreamReading reading) {
+  if (reading == StreamReading::direct) return std::make_unique<SocketBlocks>(mNetwork);
+  return std::make_unique<ArrivedBlocks>(mNetwork);
+}
+
+/// The number after the first "-", or the whole text.
+std::int32_t NetworkDeviceLine::listenPort() const {
+  const std::size_t dash = mRemoteHost.find(u'-');
+  const std::size_t start = dash == std::u16string::npos ? 0 : dash + 1;
+  return toLong(trim(std::u16string_view(mRemoteHost).substr(start)));
+}
+
+}  // namespace cronvel

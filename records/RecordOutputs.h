@@ -1,0 +1,44 @@
+#pragma once
+
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "records/RecordStream.h"
+#include "runtime/File.h"
+
+namespace cronvel {
+
+/// A file that the check writes beside the raw one, under the same base name.
+struct RecordOutput {
+  std::u16string_view extension;
+  void (*date)(TextOutput& file, const Record& record);
+  void (*card)(TextOutput& file, const Record& record);
+};
+
+/// All of them:
+///
+/// - ".txt": card, time, date and type of each card record, quoted, comma-separated
+/// - ".ddd": each date, quoted
+/// - ".dat": tab-separated lines: "0ed" once before the first date, "bb" and the date's parts, a
+///   type other than "ed" alone, card and time
+std::span<const RecordOutput> recordOutputs();
+
+/// The files of one check, being written.
+class RecordOutputs : public RecordSink {
+ public:
+  /// Raises the errors of opening files.
+  explicit RecordOutputs(const std::u16string& rawFile);
+
+  void date(const Record& record) override;
+  void card(const Record& record) override;
+  /// Raises what a delayed write had to say.
+  void close();
+
+ private:
+  std::vector<std::unique_ptr<TextOutput>> mFiles;  ///< in the order of `recordOutputs`
+};
+
+}  // namespace cronvel

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace cronvel {
+
+/// What a stream of records says, as far as it was read. Digits that are none read "?".
+struct Record {
+  std::string card;
+  std::string time;              ///< hour and minute
+  std::string date = "??????";   ///< day, month and year of the last date record
+  std::string_view type = "00";  ///< of this card record: the text of its marker
+  bool firstDate = false;        ///< no date record came before this one
+};
+
+/// Who is told of each record as it is complete.
+class RecordSink {
+ public:
+  virtual ~RecordSink() = default;
+  virtual void date(const Record& record) = 0;
+  virtual void card(const Record& record) = 0;
+};
+
+/// Reads the stream of a terminal's record memory, byte by byte. It is a sequence of markers (0xA1
+/// and up) and data bytes of two decimal digits each. A marker ends the record being collected and
+/// says what kind follows: date records (3 bytes: day, month, year) or card records (the card
+/// number, hour, minute). 0xE3 starts the trailer of 11 plain bytes: start and end position (3
+/// bytes each), record count (2), 2 unused, 0xE3.
+class RecordStream {
+ public:
+  /// `cardBytes` of two digits make a card number. With `DoCheck` the trailer's record count must
+  /// agree with its positions to within 10. Damage is added up in `damaged` as it is found: once
+  /// for a card record, once for each byte of a date. The sink and the sum outlive it.
+  RecordStream(std::size_t cardBytes, bool DoCheck, RecordSink& sink, std::int32_t& damaged)
+      : mCardBytes(cardBytes), mDoCheck(DoCheck), mSink(sink), mDamaged(damaged) {}
+
+  /// Raises 9 for more than 21 bytes that complete no record.
+  void take(std::uint8_t byte);
+
+  /// Card records so far.
+  std::int32_t records() const { return mRecords; }
+  /// Whether what came so far ends in a valid trailer, or breaks off within it.
+  bool whole() const { return mMode == Mode::trailer && mTrailerValid; }
+
+ private:
+  enum class Mode : std::uint8_t { none, card, date, trailer };
+  struct Marker;
+
+  static const Marker* markerOf(std::uint8_t byte);
+  void startRecord(const Marker& marker);
+  void collect(std::uint8_t byte);
+  void endDate();
+  void endCard();
+  void expectOrdinaryCard();
+  void judgeTrailer();
+  int position(std::size_t offset) const;
+  std::span<const std::uint8_t> collected() const { return std::span(mBuffer).first(mCollected); }
+
+  std::size_t mCardBytes;
+  bool mDoCheck;
+  RecordSink& mSink;
+  std::int32_t& mDamaged;
+
+  std::array<std::uint8_t, 21> mBuffer{};
+  std::size_t mCollected = 0;
+  Mode mMode = Mode::none;
+  Record mRecord;
+  bool mDateSeen = false;
+  bool mTrailerValid = true;
+  std::int32_t mRecords = 0;
+};
+
+}  // namespace cronvel

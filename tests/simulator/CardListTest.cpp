@@ -1,4 +1,4 @@
-#include "simulator/CardList.h"
+#include "simulator/device/CardList.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "simulator/Modem.h"
+#include "simulator/wire/Modem.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 
 #include "platform/Platform.h"
 #include "runtime/Text.h"
-#include "simulator/NetworkPort.h"
+#include "simulator/wire/NetworkPort.h"
 
 namespace cronvel::simulator {
 namespace {

@@ -3,9 +3,9 @@
 #include <stdexcept>
 
 #include "runtime/RunTimeError.h"
-#include "simulator/Bcd.h"
-#include "simulator/Faults.h"
-#include "simulator/Workplace.h"
+#include "simulator/device/Faults.h"
+#include "simulator/memory/Bcd.h"
+#include "simulator/memory/Workplace.h"
 
 namespace cronvel::simulator {
 namespace {

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "simulator/SerialBus.h"
-#include "simulator/Workplace.h"
+#include "simulator/memory/Workplace.h"
+#include "simulator/wire/SerialBus.h"
 
 namespace cronvel::simulator {
 

@@ -1,7 +1,7 @@
 // The independent proof of the display text: what the control makes of a sentence is read back from
 // the glyphs of the terminal's font.
 
-#include "simulator/Display.h"
+#include "simulator/display/Display.h"
 
 #include <gtest/gtest.h>
 

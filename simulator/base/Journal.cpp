@@ -46,9 +46,4 @@ Journal::Sink jsonSink(std::ostream& out) {
   };
 }
 
-std::string hex(std::uint8_t byte) {
-  constexpr std::string_view digits = "0123456789ABCDEF";
-  return {digits[byte >> 4], digits[byte & 0x0F]};
-}
-
 }  // namespace cronvel::simulator

@@ -45,7 +45,4 @@ Journal::Sink humanSink(std::ostream& out, double startOfDay);
 /// Writes each event as a line of JSON.
 Journal::Sink jsonSink(std::ostream& out);
 
-/// Two hexadecimal digits.
-std::string hex(std::uint8_t byte);
-
 }  // namespace cronvel::simulator

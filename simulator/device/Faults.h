@@ -3,38 +3,58 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
+#include <string>
+#include <utility>
 #include <vector>
 
-#include "runtime/Bytes.h"
-#include "simulator/memory/RecordMemory.h"
+#include "simulator/device/Answer.h"
 
 namespace cronvel::simulator {
 
-/// How a terminal answers, and what is wrong with it on request. All times are milliseconds.
-struct Faults {
-  enum class Trailer {
-    right,
-    missing,
-    wrong,  ///< its closing byte is not the one that closes a trailer
-    count,  ///< its count disagrees with its positions
-  };
+/// What a fault was chosen with: nothing, a number, bytes, or one of its words.
+struct FaultValue {
+  FaultValue(std::size_t numberGiven = 0) : number(numberGiven) {}
+  FaultValue(Bytes bytesGiven) : bytes(std::move(bytesGiven)) {}
+  FaultValue(std::string wordGiven) : word(std::move(wordGiven)) {}
 
-  bool silent = false;  ///< acts on commands but never answers
-  int delay = 120;      ///< from a command's last byte to the answer
-  Bytes reply;          ///< sent as the reply to every command, instead of the right one
-  Bytes noise;          ///< sent right before every answer
-  bool pieces = false;  ///< pauses after the first byte of every answer
-  std::optional<std::size_t> pauseAt;  ///< pauses once this many bytes of a stream are sent
-  int pause = 1000;                    ///< length of these pauses
-  int damage = 0;                      ///< damaged digits in a stream, each in a record of its own
-                                       ///< as long as there are records
-  std::uint32_t seed = 1;              ///< spreads the damage
-  std::optional<std::size_t> cut;      ///< a stream ends after this many bytes
-  Trailer trailer = Trailer::right;
-  bool drop = false;  ///< network: closes the connection instead of answering
+  std::size_t number = 0;
+  Bytes bytes;
+  std::string word;
 };
 
-/// The bytes of a stream with the faults that concern its content: damage, trailer, cut.
-Bytes spoil(const RecordStream& stream, const Faults& faults);
+/// A way in which answers go wrong on request. All that is to be said about it is its row in the
+/// table; the program's options are made from there.
+struct Fault {
+  enum class Takes { nothing, number, bytes, word };
+
+  std::string option;  ///< "--noise"
+  std::string help;
+  void (*apply)(Answer&, const FaultValue&);
+  Takes takes = Takes::nothing;
+  std::string valueName{};                ///< "BYTE,..."
+  std::optional<int> most{};              ///< of a number
+  std::optional<std::size_t> standard{};  ///< the number where none is chosen
+  std::vector<std::string> words{};
+};
+
+/// The faults of a terminal.
+class Faults {
+ public:
+  using Chosen = std::pair<std::string, FaultValue>;
+
+  static std::span<const Fault> all();
+
+  Faults() = default;
+  Faults(std::initializer_list<Chosen> chosen);
+
+  /// Throws std::invalid_argument for an option that is no fault's.
+  void choose(const std::string& option, const FaultValue& value);
+  /// Makes an answer what becomes of it.
+  void apply(Answer& answer) const;
+
+ private:
+  std::vector<std::optional<FaultValue>> mChosen;  // beside the table's rows
+};
 
 }  // namespace cronvel::simulator

@@ -2,24 +2,33 @@
 
 #include <utility>
 
-#include "simulator/base/Journal.h"
+#include "simulator/base/Text.h"
 
 namespace cronvel::simulator {
 
-std::string hexText(Payload bytes) {
-  std::string text;
-  for (const std::uint8_t byte : bytes) text += ' ' + hex(byte);
-  return text;
+using Kind = Outcome::Kind;
+
+Outcome accepted(std::string text) { return {.kind = Kind::accepted, .text = std::move(text)}; }
+
+Outcome quiet(std::string text) { return {.kind = Kind::quiet, .text = std::move(text)}; }
+
+Outcome refused(Payload payload, std::string problem) {
+  return {.kind = Kind::refused, .text = hexText(payload), .problem = std::move(problem)};
 }
 
-Outcome accepted(std::string text) {
-  return {.kind = Outcome::Kind::accepted, .text = std::move(text)};
+Outcome ignored(std::string text, std::string problem) {
+  return {.kind = Kind::ignored, .text = std::move(text), .problem = std::move(problem)};
 }
 
-Outcome refused(const std::string& name, Payload payload, std::string problem) {
-  return {.kind = Outcome::Kind::refused,
-          .text = name + hexText(payload),
-          .problem = std::move(problem)};
+Outcome replied(Bytes bytes) {
+  return {.kind = Kind::block, .answer = {.content = {.bytes = std::move(bytes)}}};
+}
+
+Outcome streamed(std::string text, RecordStream records, int speed) {
+  return {.kind = Kind::stream,
+          .text = std::move(text),
+          .speed = speed,
+          .answer = {.stream = true, .content = std::move(records)}};
 }
 
 }  // namespace cronvel::simulator

@@ -4,8 +4,6 @@
 #include <array>
 #include <vector>
 
-#include "runtime/Text.h"
-
 namespace cronvel::simulator {
 
 namespace {
@@ -15,8 +13,8 @@ constexpr std::uint8_t lastDigit = 137;
 
 /// A glyph of the font: what it says, and its own form.
 struct Glyph {
-  std::u16string_view text = u"\xFFFD";
-  std::u16string_view form = u"\xFFFD";
+  std::string_view text = "\uFFFD";
+  std::string_view form = "\uFFFD";
 };
 
 /// The terminal's font, the 8-bit Persian display set: ASCII below 128, the rest as follows.
@@ -27,48 +25,47 @@ constexpr std::array<Glyph, 128> makeUpperGlyphs() {
     std::uint8_t code;
     Glyph glyph;
   };
-  constexpr Row rows[] = {
-      {128, {u"0", u"0"}},       {129, {u"1", u"1"}},      {130, {u"2", u"2"}},
-      {131, {u"3", u"3"}},       {132, {u"4", u"4"}},      {133, {u"5", u"5"}},
-      {134, {u"6", u"6"}},       {135, {u"7", u"7"}},      {136, {u"8", u"8"}},
-      {137, {u"9", u"9"}},       {139, {u"ـ", u"ـ"}},      {141, {u"آ", u"\xFE81"}},
-      {142, {u"ئ", u"\xFE89"}},  {144, {u"ا", u"\xFE8D"}}, {145, {u"ا", u"\xFE8E"}},
-      {146, {u"ب", u"\xFE8F"}},  {147, {u"ب", u"\xFE91"}}, {148, {u"پ", u"\xFB56"}},
-      {149, {u"پ", u"\xFB58"}},  {150, {u"ت", u"\xFE95"}}, {151, {u"ت", u"\xFE97"}},
-      {152, {u"ث", u"\xFE99"}},  {153, {u"ث", u"\xFE9B"}}, {154, {u"ج", u"\xFE9D"}},
-      {155, {u"ج", u"\xFE9F"}},  {156, {u"چ", u"\xFB7A"}}, {157, {u"چ", u"\xFB7C"}},
-      {158, {u"ح", u"\xFEA1"}},  {159, {u"ح", u"\xFEA3"}}, {160, {u"خ", u"\xFEA5"}},
-      {161, {u"خ", u"\xFEA7"}},  {162, {u"د", u"\xFEA9"}}, {163, {u"ذ", u"\xFEAB"}},
-      {164, {u"ر", u"\xFEAD"}},  {165, {u"ز", u"\xFEAF"}}, {166, {u"ژ", u"\xFB8A"}},
-      {167, {u"س", u"\xFEB1"}},  {168, {u"س", u"\xFEB3"}}, {169, {u"ش", u"\xFEB5"}},
-      {170, {u"ش", u"\xFEB7"}},  {171, {u"ص", u"\xFEB9"}}, {172, {u"ص", u"\xFEBB"}},
-      {173, {u"ض", u"\xFEBD"}},  {174, {u"ض", u"\xFEBF"}}, {175, {u"ط", u"\xFEC1"}},
-      {224, {u"ظ", u"\xFEC5"}},  {225, {u"ع", u"\xFEC9"}}, {226, {u"ع", u"\xFECA"}},
-      {227, {u"ع", u"\xFECC"}},  {228, {u"ع", u"\xFECB"}}, {229, {u"غ", u"\xFECD"}},
-      {230, {u"غ", u"\xFECE"}},  {231, {u"غ", u"\xFED0"}}, {232, {u"غ", u"\xFECF"}},
-      {233, {u"ف", u"\xFED1"}},  {234, {u"ف", u"\xFED3"}}, {235, {u"ق", u"\xFED5"}},
-      {236, {u"ق", u"\xFED7"}},  {237, {u"ك", u"\xFED9"}}, {238, {u"ك", u"\xFEDB"}},
-      {239, {u"گ", u"\xFB92"}},  {240, {u"گ", u"\xFB94"}}, {241, {u"ل", u"\xFEDD"}},
-      {242, {u"لا", u"\xFEFB"}}, {243, {u"ل", u"\xFEDF"}}, {244, {u"م", u"\xFEE1"}},
-      {245, {u"م", u"\xFEE3"}},  {246, {u"ن", u"\xFEE5"}}, {247, {u"ن", u"\xFEE7"}},
-      {248, {u"و", u"\xFEED"}},  {249, {u"ه", u"\xFEE9"}}, {250, {u"ه", u"\xFEEC"}},
-      {251, {u"ه", u"\xFEEB"}},  {252, {u"ي", u"\xFEF2"}}, {253, {u"ي", u"\xFEF1"}},
-      {254, {u"ي", u"\xFEF3"}}};
+  constexpr Row rows[] = {{128, {"0", "0"}},       {129, {"1", "1"}},      {130, {"2", "2"}},
+                          {131, {"3", "3"}},       {132, {"4", "4"}},      {133, {"5", "5"}},
+                          {134, {"6", "6"}},       {135, {"7", "7"}},      {136, {"8", "8"}},
+                          {137, {"9", "9"}},       {139, {"ـ", "ـ"}},      {141, {"آ", "\uFE81"}},
+                          {142, {"ئ", "\uFE89"}},  {144, {"ا", "\uFE8D"}}, {145, {"ا", "\uFE8E"}},
+                          {146, {"ب", "\uFE8F"}},  {147, {"ب", "\uFE91"}}, {148, {"پ", "\uFB56"}},
+                          {149, {"پ", "\uFB58"}},  {150, {"ت", "\uFE95"}}, {151, {"ت", "\uFE97"}},
+                          {152, {"ث", "\uFE99"}},  {153, {"ث", "\uFE9B"}}, {154, {"ج", "\uFE9D"}},
+                          {155, {"ج", "\uFE9F"}},  {156, {"چ", "\uFB7A"}}, {157, {"چ", "\uFB7C"}},
+                          {158, {"ح", "\uFEA1"}},  {159, {"ح", "\uFEA3"}}, {160, {"خ", "\uFEA5"}},
+                          {161, {"خ", "\uFEA7"}},  {162, {"د", "\uFEA9"}}, {163, {"ذ", "\uFEAB"}},
+                          {164, {"ر", "\uFEAD"}},  {165, {"ز", "\uFEAF"}}, {166, {"ژ", "\uFB8A"}},
+                          {167, {"س", "\uFEB1"}},  {168, {"س", "\uFEB3"}}, {169, {"ش", "\uFEB5"}},
+                          {170, {"ش", "\uFEB7"}},  {171, {"ص", "\uFEB9"}}, {172, {"ص", "\uFEBB"}},
+                          {173, {"ض", "\uFEBD"}},  {174, {"ض", "\uFEBF"}}, {175, {"ط", "\uFEC1"}},
+                          {224, {"ظ", "\uFEC5"}},  {225, {"ع", "\uFEC9"}}, {226, {"ع", "\uFECA"}},
+                          {227, {"ع", "\uFECC"}},  {228, {"ع", "\uFECB"}}, {229, {"غ", "\uFECD"}},
+                          {230, {"غ", "\uFECE"}},  {231, {"غ", "\uFED0"}}, {232, {"غ", "\uFECF"}},
+                          {233, {"ف", "\uFED1"}},  {234, {"ف", "\uFED3"}}, {235, {"ق", "\uFED5"}},
+                          {236, {"ق", "\uFED7"}},  {237, {"ك", "\uFED9"}}, {238, {"ك", "\uFEDB"}},
+                          {239, {"گ", "\uFB92"}},  {240, {"گ", "\uFB94"}}, {241, {"ل", "\uFEDD"}},
+                          {242, {"لا", "\uFEFB"}}, {243, {"ل", "\uFEDF"}}, {244, {"م", "\uFEE1"}},
+                          {245, {"م", "\uFEE3"}},  {246, {"ن", "\uFEE5"}}, {247, {"ن", "\uFEE7"}},
+                          {248, {"و", "\uFEED"}},  {249, {"ه", "\uFEE9"}}, {250, {"ه", "\uFEEC"}},
+                          {251, {"ه", "\uFEEB"}},  {252, {"ي", "\uFEF2"}}, {253, {"ي", "\uFEF1"}},
+                          {254, {"ي", "\uFEF3"}}};
   for (const Row& row : rows) glyphs[row.code - 128U] = row.glyph;
   return glyphs;
 }
 
 constexpr std::array<Glyph, 128> upperGlyphs = makeUpperGlyphs();
 
-std::u16string drawn(std::uint8_t code, std::u16string_view Glyph::*side) {
-  if (code >= 128) return std::u16string(upperGlyphs[code - 128U].*side);
-  if (code < ' ' || code == 127) return u"\xFFFD";
-  return std::u16string(1, static_cast<char16_t>(code));
+std::string drawn(std::uint8_t code, std::string_view Glyph::*side) {
+  if (code >= 128) return std::string(upperGlyphs[code - 128U].*side);
+  if (code < ' ' || code == 127) return "\uFFFD";
+  return std::string(1, static_cast<char>(code));
 }
 
 bool isDigit(std::uint8_t code) { return code >= firstDigit && code <= lastDigit; }
 
-std::string readFromTheRight(Payload codes, std::u16string_view Glyph::*side) {
+std::string readFromTheRight(Payload codes, std::string_view Glyph::*side) {
   while (!codes.empty() && codes.back() == ' ') codes = codes.first(codes.size() - 1);
   std::vector<std::uint8_t> order(codes.rbegin(), codes.rend());
   for (auto run = order.begin(); run != order.end();) {
@@ -76,9 +73,9 @@ std::string readFromTheRight(Payload codes, std::u16string_view Glyph::*side) {
     run = std::find_if_not(start, order.end(), isDigit);
     std::reverse(start, run);
   }
-  std::u16string text;
+  std::string text;
   for (const std::uint8_t code : order) text += drawn(code, side);
-  return toUtf8(text);
+  return text;
 }
 
 }  // namespace

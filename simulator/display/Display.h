@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "simulator/device/Outcome.h"
+#include "simulator/base/Bytes.h"
 
 namespace cronvel::simulator {
 

@@ -47,6 +47,14 @@ std::optional<Date> dayAndMonth(std::span<const std::uint8_t> bytes) {
   return Date{0, *month, *day};
 }
 
+std::optional<Date> dateFrom(std::span<const std::uint8_t> bytes) {
+  auto date = dayAndMonth(bytes);
+  const auto year = fromBcd(bytes[2]);
+  if (!date || !year) return std::nullopt;
+  date->year = *year;
+  return date;
+}
+
 Date nextDay(const Date& date) {
   const Date next{date.year, date.month, date.day + 1};
   if (isGregorian(next)) return next;

@@ -28,6 +28,9 @@ std::optional<Date> parseDate(std::string_view text);
 /// Day and month from two BCD bytes in this order; nothing when they are none. The year stays 0.
 std::optional<Date> dayAndMonth(std::span<const std::uint8_t> bytes);
 
+/// Day, month and year from three BCD bytes; nothing when they are none.
+std::optional<Date> dateFrom(std::span<const std::uint8_t> bytes);
+
 /// The day after, by the Gregorian months of 20YY.
 Date nextDay(const Date& date);
 

@@ -6,7 +6,6 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "runtime/RunTimeError.h"
 #include "simulator/memory/Bcd.h"
 
 namespace cronvel::simulator {
@@ -24,24 +23,33 @@ std::uint64_t firstTooLongCard(int idDigits) {
   return limit;
 }
 
+void checkCards(const Day& day, int idDigits) {
+  const std::uint64_t limit = firstTooLongCard(idDigits);
+  for (const Punch& punch : day.punches) {
+    if (punch.card < limit) continue;
+    throw std::invalid_argument("card number " + std::to_string(punch.card) + " has more than " +
+                                std::to_string(idDigits) + " digits");
+  }
+}
+
 void appendDate(RecordStream& stream, const Date& date) {
-  stream.body.push_back(dateMarker);
-  stream.digits.push_back({stream.body.size(), 3});
-  for (const int part : {date.day, date.month, date.year}) stream.body.push_back(toBcd(part));
+  stream.bytes.push_back(dateMarker);
+  stream.digits.push_back({stream.bytes.size(), 3});
+  for (const int part : {date.day, date.month, date.year}) stream.bytes.push_back(toBcd(part));
 }
 
 void appendPunch(RecordStream& stream, const Punch& punch, int idDigits) {
-  if (punch.marker != 0) stream.body.push_back(punch.marker);
+  if (punch.marker != 0) stream.bytes.push_back(punch.marker);
   const auto idBytes = static_cast<std::size_t>(idDigits / 2);
-  const std::size_t offset = stream.body.size();
+  const std::size_t offset = stream.bytes.size();
   stream.digits.push_back({offset, idBytes + 2});
-  stream.body.resize(offset + idBytes);
+  stream.bytes.resize(offset + idBytes);
   std::uint64_t rest = punch.card;
   for (std::size_t i = idBytes; i-- > 0; rest /= 100) {
-    stream.body[offset + i] = toBcd(static_cast<int>(rest % 100));
+    stream.bytes[offset + i] = toBcd(static_cast<int>(rest % 100));
   }
-  stream.body.push_back(toBcd(punch.minute / 60));
-  stream.body.push_back(toBcd(punch.minute % 60));
+  stream.bytes.push_back(toBcd(punch.minute / 60));
+  stream.bytes.push_back(toBcd(punch.minute % 60));
   ++stream.cardRecords;
 }
 
@@ -61,14 +69,14 @@ std::size_t wrapped(std::size_t position) {
   return position > RecordMemory::positions ? position - RecordMemory::positions : position;
 }
 
-Bytes makeTrailer(std::size_t start, std::size_t count) {
-  Bytes bytes{trailerMarker};
-  appendPosition(bytes, start);
-  appendPosition(bytes, wrapped(start + count));
-  appendWord(bytes, count);
-  appendWord(bytes, 0);
-  bytes.push_back(trailerMarker);
-  return bytes;
+void appendTrailer(RecordStream& stream, std::size_t start) {
+  stream.trailerAt = stream.bytes.size();
+  stream.bytes.push_back(trailerMarker);
+  appendPosition(stream.bytes, start);
+  appendPosition(stream.bytes, wrapped(start + stream.cardRecords));
+  appendWord(stream.bytes, stream.cardRecords);
+  appendWord(stream.bytes, 0);
+  stream.bytes.push_back(trailerMarker);
 }
 
 bool endsInTrailer(const Bytes& raw) {
@@ -92,25 +100,14 @@ RecordMemory::RecordMemory(std::vector<Day> days, int idDigits, std::size_t star
     throw std::invalid_argument("the record memory holds 65534 records, not " +
                                 std::to_string(size()) + ": choose fewer cards or days");
   }
-  const std::uint64_t limit = firstTooLongCard(idDigits);
-  for (const Day& day : mDays) {
-    for (const Punch& punch : day.punches) {
-      if (punch.card >= limit) {
-        throw std::invalid_argument("card number " + std::to_string(punch.card) +
-                                    " has more than " + std::to_string(idDigits) + " digits");
-      }
-    }
-  }
+  for (const Day& day : mDays) checkCards(day, idDigits);
 }
 
 RecordMemory RecordMemory::fromBytes(const Bytes& raw) {
-  RecordStream stream;
-  const std::size_t bodySize = raw.size() - (endsInTrailer(raw) ? trailerSize : 0);
-  const auto end = raw.begin() + static_cast<std::ptrdiff_t>(bodySize);
-  stream.body.assign(raw.begin(), end);
-  stream.trailer.assign(end, raw.end());
-  for (std::size_t i = 0; i < bodySize; ++i) {
-    if (fromBcd(stream.body[i])) stream.digits.push_back({i, 1});
+  RecordStream stream{.bytes = raw};
+  stream.trailerAt = raw.size() - (endsInTrailer(raw) ? trailerSize : 0);
+  for (std::size_t i = 0; i < stream.trailerAt; ++i) {
+    if (fromBcd(raw[i])) stream.digits.push_back({i, 1});
   }
   RecordMemory memory;
   memory.mRaw = std::move(stream);
@@ -120,7 +117,7 @@ RecordMemory RecordMemory::fromBytes(const Bytes& raw) {
 RecordMemory RecordMemory::fromFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file || std::filesystem::is_directory(path)) {
-    throw RunTimeError(ErrorNumber::pathFileAccess, "the record file " + path + " cannot be read");
+    throw std::runtime_error("Path/File access error: the record file " + path + " cannot be read");
   }
   const Bytes raw((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
   return fromBytes(raw);
@@ -148,7 +145,7 @@ RecordStream RecordMemory::stream(const std::optional<DateRange>& range) const {
     appendDate(stream, day.date);
     for (const Punch& punch : day.punches) appendPunch(stream, punch, mIdDigits);
   }
-  stream.trailer = makeTrailer(wrapped(mStart + before), stream.cardRecords);
+  appendTrailer(stream, wrapped(mStart + before));
   return stream;
 }
 

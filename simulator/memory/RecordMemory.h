@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "runtime/Bytes.h"
+#include "simulator/base/Bytes.h"
 #include "simulator/memory/Date.h"
 
 namespace cronvel::simulator {
@@ -36,9 +36,9 @@ struct RecordStream {
     std::size_t size = 0;
   };
 
-  Bytes body;
-  Bytes trailer;             ///< marker, 11 bytes; empty when a loaded file has none
-  std::vector<Span> digits;  ///< where in the body each record's digits are
+  Bytes bytes;
+  std::size_t trailerAt = 0;   ///< where its 12 bytes start; a loaded file can have none
+  std::vector<Span> digits{};  ///< where each record's digits are
   std::size_t cardRecords = 0;
 };
 
@@ -62,7 +62,8 @@ class RecordMemory {
   /// recognised.
   static RecordMemory fromBytes(const Bytes& raw);
 
-  /// As `fromBytes`, with the bytes of a file. Raises 75 when it cannot be read.
+  /// As `fromBytes`, with the bytes of a file. Throws std::runtime_error when it cannot be
+  /// read.
   static RecordMemory fromFile(const std::string& path);
 
   /// Forgets all records; the next one goes to the position after the last.

@@ -18,15 +18,19 @@ constexpr const char* description =
     "  cronvel-terminal --connect localhost:8085 connects to a PC, again and again\n"
     "  cronvel-terminal --serial --cut 500       with a fault: the record stream ends early";
 
+struct RawFault {
+  std::size_t number = 0;
+  std::vector<int> bytes;
+  std::string word;
+};
+
 // What the command line gives as text or wider numbers than the program keeps.
 struct Raw {
   std::string connect;
   std::string start;
-  std::string trailer;
   std::vector<std::string> terminals;
   std::vector<std::string> modemAnswers{"connect"};
-  std::vector<int> reply;
-  std::vector<int> noise;
+  std::vector<RawFault> faults{Faults::all().size()};
 };
 
 void addLinks(CLI::App& app, Options& options, Raw& raw) {
@@ -134,51 +138,40 @@ void addRecords(CLI::App& app, Options& options, Raw& raw) {
       ->group(group);
 }
 
-void addFaults(CLI::App& app, Options& options, Raw& raw) {
-  const char* group = "Faults (of all terminals)";
-  Faults& faults = options.faults;
-  const CLI::Range anyTime(0, 3'600'000);
-  app.add_flag("--silent", faults.silent, "act on commands, but never answer")->group(group);
-  app.add_option("--delay", faults.delay, "milliseconds from a command's end to the answer")
-      ->type_name("MS")
-      ->check(anyTime)
-      ->capture_default_str()
-      ->group(group);
-  app.add_option("--reply", raw.reply, "reply with this byte (or bytes) instead of 24")
-      ->type_name("BYTE,...")
-      ->delimiter(',')
-      ->check(CLI::Range(0, 255))
-      ->group(group);
-  app.add_option("--noise", raw.noise, "send these bytes right before every answer")
-      ->type_name("BYTE,...")
-      ->delimiter(',')
-      ->check(CLI::Range(0, 255))
-      ->group(group);
-  app.add_flag("--pieces", faults.pieces, "pause after the first byte of every answer")
-      ->group(group);
-  app.add_option("--pause-at", faults.pauseAt, "pause when this many bytes of a stream are sent")
-      ->type_name("BYTES")
-      ->group(group);
-  app.add_option("--pause", faults.pause, "length of these pauses in milliseconds")
-      ->type_name("MS")
-      ->check(anyTime)
-      ->capture_default_str()
-      ->group(group);
-  app.add_option("--damage", faults.damage, "damage this many records of a stream by one digit")
-      ->type_name("N")
-      ->check(CLI::Range(0, 65535))
-      ->group(group);
-  app.add_option("--cut", faults.cut, "end a stream after this many bytes")
-      ->type_name("BYTES")
-      ->group(group);
-  app.add_option("--trailer", raw.trailer,
-                 "missing: a stream without trailer; wrong: its closing byte is wrong; count: its "
-                 "count disagrees with its positions")
-      ->type_name("KIND")
-      ->check(CLI::IsMember({"missing", "wrong", "count"}))
-      ->group(group);
-  app.add_flag("--drop", faults.drop, "network: close the connection instead of answering")
-      ->group(group);
+template <typename Raws, typename Use>
+void forEachFault(Raws& raw, Use use) {
+  for (std::size_t i = 0; i < raw.faults.size(); ++i) use(Faults::all()[i], raw.faults[i]);
+}
+
+void addFault(CLI::App& app, const Fault& fault, RawFault& raw) {
+  CLI::Option* option = nullptr;
+  switch (fault.takes) {
+    case Fault::Takes::nothing:
+      option = app.add_flag(fault.option, fault.help);
+      break;
+    case Fault::Takes::number:
+      raw.number = fault.standard.value_or(0);
+      option = app.add_option(fault.option, raw.number, fault.help);
+      if (fault.most) option->check(CLI::Range(0, *fault.most));
+      if (fault.standard) option->capture_default_str();
+      break;
+    case Fault::Takes::bytes:
+      option = app.add_option(fault.option, raw.bytes, fault.help)->delimiter(',');
+      option->check(CLI::Range(0, 255));
+      break;
+    case Fault::Takes::word:
+      option = app.add_option(fault.option, raw.word, fault.help);
+      option->check(CLI::IsMember(fault.words));
+      break;
+  }
+  if (!fault.valueName.empty()) option->type_name(fault.valueName);
+  option->group("Faults (of all terminals)");
+}
+
+FaultValue faultValue(const Fault& fault, const RawFault& raw) {
+  if (fault.takes == Fault::Takes::word) return raw.word;
+  if (fault.takes == Fault::Takes::bytes) return Bytes(raw.bytes.begin(), raw.bytes.end());
+  return raw.number;
 }
 
 void addOutput(CLI::App& app, Options& options) {
@@ -195,12 +188,6 @@ void addOutput(CLI::App& app, Options& options) {
       ->type_name("N")
       ->check(CLI::Range(0.0, 1e9))
       ->group(group);
-}
-
-Bytes toBytes(const std::vector<int>& values) {
-  Bytes bytes;
-  for (const int value : values) bytes.push_back(static_cast<std::uint8_t>(value));
-  return bytes;
 }
 
 void readConnect(const std::string& text, Options& options) {
@@ -222,17 +209,11 @@ void readStart(const std::string& text, Options& options) {
   options.workplace.start = *start;
 }
 
-Faults::Trailer trailerFault(const std::string& text) {
-  if (text == "missing") return Faults::Trailer::missing;
-  if (text == "wrong") return Faults::Trailer::wrong;
-  return text == "count" ? Faults::Trailer::count : Faults::Trailer::right;
-}
-
 ModemOptions::Answer modemAnswer(const std::string& text) {
-  using Answer = ModemOptions::Answer;
-  if (text == "busy") return Answer::busy;
-  if (text == "no-carrier") return Answer::noCarrier;
-  return text == "silent" ? Answer::silent : Answer::connect;
+  using enum ModemOptions::Answer;
+  if (text == "busy") return busy;
+  if (text == "no-carrier") return noCarrier;
+  return text == "silent" ? silent : connect;
 }
 
 /// "5" or "10-12".
@@ -264,10 +245,9 @@ void finish(const CLI::App& app, const Raw& raw, Options& options) {
   if (!raw.connect.empty()) readConnect(raw.connect, options);
   if (!raw.start.empty()) readStart(raw.start, options);
   refuseDoubles(options.terminals);
-  options.faults.trailer = trailerFault(raw.trailer);
-  options.faults.reply = toBytes(raw.reply);
-  options.faults.noise = toBytes(raw.noise);
-  options.faults.seed = options.workplace.seed;
+  forEachFault(raw, [&](const Fault& fault, const RawFault& given) {
+    if (app.count(fault.option) > 0) options.faults.choose(fault.option, faultValue(fault, given));
+  });
   if (!options.serial && !options.hasModem && !options.listenPort && options.connectHost.empty()) {
     throw CLI::ValidationError("links",
                                "choose --serial, --modem, --listen PORT or --connect HOST:PORT");
@@ -283,7 +263,7 @@ std::optional<Options> parseOptions(int argc, char** argv, int& status) {
   addLinks(app, options, raw);
   addModem(app, options, raw);
   addRecords(app, options, raw);
-  addFaults(app, options, raw);
+  forEachFault(raw, [&](const Fault& fault, RawFault& given) { addFault(app, fault, given); });
   addOutput(app, options);
   try {
     app.parse(argc, argv);

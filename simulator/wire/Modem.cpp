@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "simulator/base/Text.h"
+
 namespace cronvel::simulator {
 
 namespace {
@@ -15,10 +17,6 @@ constexpr std::string_view busyWord = "BUSY";
 
 std::string_view textOf(std::span<const std::uint8_t> bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
-std::string settingsText(const LineSettings& settings) {
-  return std::to_string(settings.speed) + " baud with parity " + parityText(settings.parity);
 }
 
 }  // namespace
@@ -102,12 +100,12 @@ void Modem::dial(const std::string& line) {
 }
 
 void Modem::answerCall() {
-  using Answer = ModemOptions::Answer;
-  const Answer answer = mOptions.answers[std::min(mCalls++, mOptions.answers.size() - 1)];
-  if (answer == Answer::silent) return;
-  if (answer == Answer::connect) return connected();
+  using enum ModemOptions::Answer;
+  const auto answer = mOptions.answers[std::min(mCalls++, mOptions.answers.size() - 1)];
+  if (answer == silent) return;
+  if (answer == connect) return connected();
   mPhase = Phase::command;
-  say(answer == Answer::busy ? busyWord : "NO CARRIER");
+  say(answer == busy ? busyWord : "NO CARRIER");
 }
 
 void Modem::connected() {

@@ -1,7 +1,9 @@
 #include "simulator/wire/NetworkPort.h"
 
-#include "runtime/RunTimeError.h"
-#include "runtime/Text.h"
+#include <exception>
+#include <utility>
+
+#include "simulator/base/Text.h"
 
 namespace cronvel::simulator {
 
@@ -27,7 +29,7 @@ class NetworkPort::Connection : public Wire {
   void send(std::span<const std::uint8_t> bytes) override {
     try {
       mPort.mSockets->at(mIndex).SendData(bytes);
-    } catch (const RunTimeError& error) {
+    } catch (const std::exception& error) {
       mPort.ended(mIndex, error.what());
     }
   }
@@ -70,8 +72,8 @@ void NetworkPort::connectNow() {
     socket.Close();
     socket.RemotePort(mPort);
     socket.Connect(toUtf16(mHost));
-  } catch (const RunTimeError& error) {
-    failed(0, error.what());
+  } catch (const std::exception& error) {
+    failed(error.what());
   }
 }
 
@@ -82,15 +84,13 @@ void NetworkPort::ConnectionRequest(std::int16_t, std::int32_t requestID) {
   Socket& socket = mSockets->at(index);
   try {
     socket.Accept(requestID);
-  } catch (const RunTimeError&) {  // the caller has gone again
+  } catch (const std::exception&) {  // the caller has gone again
     return mSockets->unload(index);
   }
   opened(index, toUtf8(socket.RemoteHostIP()) + " port " + std::to_string(socket.RemotePort()));
 }
 
-void NetworkPort::Connect(std::int16_t Index) {
-  opened(Index, mHost + " port " + std::to_string(mPort));
-}
+void NetworkPort::Connect(std::int16_t Index) { opened(Index, peerText()); }
 
 void NetworkPort::opened(std::int16_t index, const std::string& peer) {
   mFailureReported = false;
@@ -111,7 +111,7 @@ void NetworkPort::Error(std::int16_t Index, std::int16_t, std::u16string& Descri
                         bool& CancelDisplay) {
   CancelDisplay = true;
   const std::string why = toUtf8(Description);
-  mConnections.contains(Index) ? ended(Index, why) : failed(Index, why);
+  mConnections.contains(Index) ? ended(Index, why) : failed(why);
 }
 
 void NetworkPort::ended(std::int16_t index, const std::string& why) {
@@ -128,17 +128,17 @@ void NetworkPort::ended(std::int16_t index, const std::string& why) {
 }
 
 // Only a connection in the making fails; a listener's troubles end it for good.
-void NetworkPort::failed(std::int16_t, const std::string& why) {
-  if (mHost.empty()) {
-    return mJournal.record("failed", onlyTerminal(), {{"reason", why}}, "cannot listen: " + why);
-  }
-  mJournal.record("failed", onlyTerminal(), {{"reason", why}},
-                  mFailureReported ? ""
-                                   : "cannot connect to " + mHost + " port " +
-                                         std::to_string(mPort) + " (" + why + "): keeps trying");
-  mFailureReported = true;
+void NetworkPort::failed(const std::string& why) {
+  const auto report = [&](const std::string& text) {
+    mJournal.record("failed", onlyTerminal(), {{"reason", why}}, text);
+  };
+  if (mHost.empty()) return report("cannot listen: " + why);
+  const bool known = std::exchange(mFailureReported, true);
+  report(known ? "" : "cannot connect to " + peerText() + " (" + why + "): keeps trying");
   mRetry = mScheduler.after(retryMs, [this] { connectNow(); });
 }
+
+std::string NetworkPort::peerText() const { return mHost + " port " + std::to_string(mPort); }
 
 std::optional<int> NetworkPort::onlyTerminal() const {
   if (mTerminals.size() != 1) return std::nullopt;

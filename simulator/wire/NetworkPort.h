@@ -41,7 +41,8 @@ class NetworkPort : private SocketEvents {
   void connectNow();
   void opened(std::int16_t index, const std::string& peer);
   void ended(std::int16_t index, const std::string& why);
-  void failed(std::int16_t index, const std::string& why);
+  void failed(const std::string& why);
+  std::string peerText() const;
   std::optional<int> onlyTerminal() const;
 
   std::unique_ptr<SocketArray> mSockets;

@@ -1,282 +1,220 @@
 #include <gtest/gtest.h>
 
+#include <sstream>
+#include <stdexcept>
+
 #include "TestBench.h"
+#include "simulator/memory/Bcd.h"
+#include "simulator/memory/Workplace.h"
 
 namespace cronvel::simulator {
-namespace {
 
-using Parity = LineSettings::Parity;
+using namespace std::string_literals;
 
-TEST(Exchange, eachCommandIsAnsweredAndChangesTheState) {
-  struct Case {
-    const char* name;
-    Bytes body;
-    int reply;
-    const char* field;
-    Json value;
-  };
-  const std::vector<Case> cases{
-      {"SetTime", {2, 10, 0x07, 0x59, 0x23}, 24, "time", "23:59:07"},
-      {"SetTime, bad digit", {2, 10, 0x07, 0x5A, 0x23}, 21, "time", "00:00:00"},
-      {"SetTime, 24 h", {2, 10, 0x00, 0x00, 0x24}, 21, "time", "00:00:00"},
-      {"SetTime, 60 s", {2, 10, 0x60, 0x00, 0x00}, 21, "time", "00:00:00"},
-      {"SetDate", {2, 11, 3, 0x06, 0x08, 0x15}, 24, "date", "15/08/06"},
-      {"SetDate, month 13", {2, 11, 3, 0x06, 0x13, 0x15}, 21, "date", "01/01/00"},
-      {"SetDate, day 0", {2, 11, 3, 0x06, 0x08, 0x00}, 21, "weekday", 0},
-      {"SetKeyboard", {2, 16, 7}, 24, "keypad", 7},
-      {"TestConnection", {2, 18}, 24, "keypad", 0},
-      {"ResetMem", {2, 27, 'T'}, 24, "records", 0},
-      {"ResetMem, not confirmed", {2, 27, 'F'}, 21, "records", 3},
-      {"SetDayLight", {2, 29, 0x21, 0x03, 0x22, 0x09}, 24, "daylight", "21/03-22/09"},
-      {"SetDayLight, day 32", {2, 29, 0x32, 0x03, 0x22, 0x09}, 21, "daylight", "none"},
-  };
-  for (const Case& one : cases) {
-    SCOPED_TRACE(one.name);
-    Bench bench({}, smallMemory());
-    bench.command(0x01, one.body);
-    bench.scheduler.advance(70);  // 120 ms after the last byte
-    EXPECT_EQ(bench.pc.received, Bytes{static_cast<std::uint8_t>(one.reply)});
-    EXPECT_EQ(bench.one.stateFields()[one.field], one.value);
+class Commands : public testing::Test {
+ protected:
+  Commands() {
+    mBench.one.cardCapacity(3);
+    replyTo("022A0001");
+    replyTo("022A0002");
   }
-}
-
-TEST(Exchange, onlyTheAddressedTerminalActsAndOnlyTheAddressHasTheMark) {
-  Bench bench;
-  EXPECT_EQ(bench.replyTo(0x02, {2, 16, 5}), Bytes{24});
-  EXPECT_EQ(bench.one.stateFields()["keypad"], 0);
-  EXPECT_EQ(bench.two.stateFields()["keypad"], 5);
-
-  std::vector<std::string> parities;
-  for (const Event& event : bench.events) {
-    if (event.name == "byte") parities.push_back(event.fields["parity"]);
+  std::string replyTo(const std::string& body) {
+    mBench.send("01" + body);
+    return mBench.after(1990);
   }
-  EXPECT_EQ(parities, (std::vector<std::string>{"mark", "space", "space", "space"}));
-  EXPECT_EQ(bench.last("command").terminal, 2);
-  EXPECT_EQ(bench.last("command").fields["body_parity"], "space");
-}
+  Bench mBench{{}, smallMemory()};
+};
 
-TEST(Exchange, aByteIsJudgedByHowItCame) {
-  struct Case {
-    const char* name;
-    std::int32_t addressSpeed;
-    Parity addressParity;
-    std::int32_t bodySpeed;
-    Parity bodyParity;
-    std::size_t replies;
-  };
-  const std::vector<Case> cases{
-      {"as it should be", 600, Parity::mark, 600, Parity::space, 1},
-      {"body without parity", 600, Parity::mark, 600, Parity::none, 1},
-      {"address without mark", 600, Parity::space, 600, Parity::space, 0},
-      {"body with mark", 600, Parity::mark, 600, Parity::mark, 0},
-      {"body with odd parity", 600, Parity::mark, 600, Parity::odd, 0},
-      {"address too fast", 9600, Parity::mark, 600, Parity::space, 0},
-      {"body too fast", 600, Parity::mark, 9600, Parity::space, 0},
-  };
-  for (const Case& one : cases) {
-    SCOPED_TRACE(one.name);
-    Bench bench;
-    bench.pc.set(one.addressSpeed, one.addressParity);
-    bench.sendPaced({0x01});
-    bench.pc.set(one.bodySpeed, one.bodyParity);
-    bench.sendPaced({2, 18});
-    bench.scheduler.advance(1000);
-    EXPECT_EQ(bench.pc.received.size(), one.replies);
+TEST_F(Commands, areRefusedWithoutEffect) {
+  const auto state = [this] { return mBench.one.stateText().substr(14); };  // behind the time
+  const std::string before = state();
+  std::istringstream bodies(
+      "020A075A23 020A000024 020A600000 020B03061315 020B03060800 021D32032209 020D1332 021158 "
+      "02131A 021758 021B46 021E5446545454545458 022008 022158 022846 0229A001 022A001A "
+      "022BAAC345AA00000108 022BAA1234AA00000047 022B123456AA00000046 022BAA00030004AA00000007");
+  for (std::string body; bodies >> body;) {
+    EXPECT_EQ(replyTo(body), "15") << body;
+    EXPECT_EQ(state(), before) << body;
   }
+  EXPECT_EQ(replyTo("02160101"), "") << "alarms: neither a timetable nor a table";
 }
 
-TEST(Exchange, staysSilentForOthersAndForWhatItDoesNotKnow) {
-  Bench bench;
-  EXPECT_TRUE(bench.replyTo(0x03, {2, 18}).empty());
-  EXPECT_EQ(bench.last("address").text, "address 03 (mark): nobody here");
-  EXPECT_TRUE(bench.replyTo(0x01, {2, 99, 2, 18}).empty());
-  EXPECT_TRUE(bench.replyTo(0x01, {3, 18, 2, 18}).empty());
-  EXPECT_EQ(bench.replyTo(0x01, {2, 18}), Bytes{24}) << "the next address starts anew";
-}
-
-TEST(Exchange, anotherAddressTakesTheLineFromAPendingAnswer) {
-  Bench bench;
-  bench.command(0x01, {2, 18});
-  bench.pc.set(600, Parity::mark);
-  bench.sendPaced({0x02});
-  bench.scheduler.advance(1000);
-  EXPECT_TRUE(bench.pc.received.empty());
-}
-
-TEST(Exchange, theClockTicksOverMidnight) {
-  Bench bench;
-  bench.replyTo(0x01, {2, 11, 7, 0x07, 0x12, 0x31});
-  bench.replyTo(0x01, {2, 10, 0x59, 0x59, 0x23});
-  bench.scheduler.advance(2000);
-  const Json state = bench.one.stateFields();
-  EXPECT_EQ(state["date"], "01/01/08");
-  EXPECT_EQ(state["weekday"], 1);
-  EXPECT_EQ(state["time"].get<std::string>().substr(0, 7), "00:00:0");
-}
-
-TEST(Exchange, faultsOfReplies) {
-  struct Case {
-    const char* name;
-    Faults faults;
-    Bytes at500Ms;
-    Bytes at2s;
-  };
-  std::vector<Case> cases{{"silent", {}, {}, {}},
-                          {"late", {}, {}, {24}},
-                          {"wrong byte", {}, {7}, {7}},
-                          {"noise", {}, {0xFF, 0, 24}, {0xFF, 0, 24}},
-                          {"pieces", {}, {24}, {24, 1, 2}}};
-  cases[0].faults.silent = true;
-  cases[1].faults.delay = 1200;
-  cases[2].faults.reply = {7};
-  cases[3].faults.noise = {0xFF, 0};
-  cases[4].faults.reply = {24, 1, 2};
-  cases[4].faults.pieces = true;
-  for (const Case& one : cases) {
-    SCOPED_TRACE(one.name);
-    Bench bench(one.faults);
-    bench.command(0x01, {2, 16, 9});
-    bench.scheduler.advance(450);
-    EXPECT_EQ(bench.pc.received, one.at500Ms);
-    bench.scheduler.advance(1500);
-    EXPECT_EQ(bench.pc.received, one.at2s);
-    EXPECT_EQ(bench.one.stateFields()["keypad"], 9) << "it acts all the same";
+TEST_F(Commands, changeTheState) {
+  const std::tuple<const char*, const char*, Json> cases[] = {
+      {"020C1330", "code10", "1@"},     {"022154", "access", false},
+      {"02290009", "cards", 2},  // was not there
+      {"022A0002", "cards", 2},  // is there already
+      {"022BAAAA00000000", "cards", 2}, {"022BAA1234AA00000046", "cards", 3},
+      {"022A1234", "cards", 3},  // is full, but has this card
+      {"020B07071231", "weekday", 7},   {"020A595923", "date", "01/01/08"},  // by now
+      {"021009", "weekday", 1}};
+  for (const auto& [body, field, value] : cases) {
+    EXPECT_EQ(replyTo(body), "18") << body;
+    EXPECT_EQ(mBench.one.stateFields()[field], value) << body;
   }
+  EXPECT_EQ(replyTo("022A0008"), "15") << "is full";
 }
 
-// --- streams ---
+bool understood(const LineSettings& address, const LineSettings& body) {
+  Bench bench;
+  bench.wire.line = address;
+  bench.send("01");
+  bench.wire.line = body;
+  bench.send("021005");
+  EXPECT_EQ(bench.two.stateFields()["keypad"], 0);
+  return bench.after(1000) == "18" && bench.one.stateFields()["keypad"] == 5;
+}
 
-const Bytes allRecords{0xBB, 0x31, 0x12, 0x07, 0x12, 0x34, 0x07, 0x58, 0xA3, 0x00, 0x88,
-                       0x16, 0x05, 0xBB, 0x01, 0x01, 0x08, 0x12, 0x34, 0x08, 0x00, 0xE3,
-                       0,    0,    0,    0,    3,    0,    0,    3,    0,    0,    0xE3};
+TEST(Line, aByteIsJudgedByHowItCame) {
+  const LineSettings mark{600, Parity::mark}, space{600, Parity::space};
+  EXPECT_TRUE(understood(mark, space));
+  EXPECT_TRUE(understood(mark, {600, Parity::none}));
+  EXPECT_FALSE(understood(space, space));
+  for (const Parity other : {Parity::mark, Parity::odd, Parity::even})
+    EXPECT_FALSE(understood(mark, {600, other}));
+  EXPECT_FALSE(understood({9600, Parity::mark}, space));
+  EXPECT_FALSE(understood(mark, {9600, Parity::space}));
+}
+
+TEST(Line, whatIsAnsweredAndWhatNot) {
+  Bench bench;
+  for (const char* const body : {"02630212", "03120212"}) {
+    bench.command("01", body);
+    EXPECT_EQ(bench.after(1000), "") << "not understood until the next address";
+  }
+  bench.command("03", "0212");
+  EXPECT_EQ(bench.after(1000), "") << "nobody is there";
+  bench.command("01", "022B");
+  bench.wire.line = {9600, Parity::none};
+  bench.send("AA1234AA00000046");
+  EXPECT_EQ(bench.after(1000), "18") << "a block of cards comes faster";
+  bench.command("01", "020C13");
+  bench.command("02", "02");
+  EXPECT_EQ(bench.one.stateFields()["code10"], "1") << "ended by the next address,";
+  EXPECT_EQ(bench.after(1000), "") << "which takes the line from the answer";
+}
+
+TEST(Network, theAddressIsTheFirstByteAndTheOneAfterEachCommand) {
+  Bench bench;
+  bench.send("0502100102021002");
+  EXPECT_EQ(bench.after(1000), "18");
+  EXPECT_EQ(bench.two.stateFields()["keypad"], 2);
+  bench.send("010263010212");
+  EXPECT_EQ(bench.after(1000), "") << "nothing is understood until the connection ends";
+}
+
+bool streams(const std::string& body, const LineSettings& line) {
+  Bench bench({}, smallMemory());
+  bench.command("01", body);
+  bench.wire.line = line;
+  const std::string received = bench.after(10'000);
+  EXPECT_TRUE(received.empty() || received == smallStream);
+  return !received.empty();
+}
 
 TEST(Stream, theLineMustBeAtTheSpeedThatTheCodeNames) {
-  struct Case {
-    Bytes body;
-    std::int32_t speed;
-    Parity parity;
-    bool streams;
-  };
-  const std::vector<Case> cases{
-      {{2, 15, 0x0A}, 110, Parity::space, true},    {{2, 15, 0x40}, 150, Parity::space, true},
-      {{2, 15, 0x75}, 300, Parity::space, true},    {{2, 15, 0xD0}, 600, Parity::space, true},
-      {{2, 15, 0xE8}, 1200, Parity::space, true},   {{2, 15, 0xF4}, 2400, Parity::space, true},
-      {{2, 15, 0xFA}, 4800, Parity::space, true},   {{2, 15, 0xFD}, 9600, Parity::space, true},
-      {{2, 15, 0xFE}, 19200, Parity::space, true},  {{2, 28}, 4800, Parity::space, true},
-      {{2, 15, 0xFD}, 600, Parity::space, false},   {{2, 15, 0xFD}, 9600, Parity::none, false},
-      {{2, 15, 0x00}, 38400, Parity::space, false}, {{2, 28}, 9600, Parity::space, false},
-      {{2, 15, 0xFD}, 0, Parity::none, false},
-  };
-  for (const Case& one : cases) {
-    SCOPED_TRACE(::testing::PrintToString(one.body) + " at " + std::to_string(one.speed));
-    Bench bench({}, smallMemory());
-    bench.command(0x01, one.body);
-    bench.pc.set(one.speed, one.parity);
-    bench.scheduler.advance(10'000);
-    EXPECT_EQ(bench.pc.received, one.streams ? allRecords : Bytes{});
-    EXPECT_EQ(bench.last("stream-end").fields["complete"], one.streams);
+  const std::pair<const char*, int> speeds[] = {{"0A", 110},  {"40", 150},  {"75", 300},
+                                                {"D0", 600},  {"E8", 1200}, {"F4", 2400},
+                                                {"FA", 4800}, {"FD", 9600}, {"FE", 19200}};
+  for (const auto& [code, speed] : speeds) {
+    EXPECT_TRUE(streams("020F"s + code, {speed, Parity::space})) << speed;
+    EXPECT_FALSE(streams("020F"s + code, {speed, Parity::none})) << speed;
+    EXPECT_EQ(streams("021C", {speed, Parity::space}), speed == 4800) << speed;
   }
+  EXPECT_FALSE(streams("020F00", {0, Parity::space}));
 }
 
-TEST(Stream, keepsThePaceOfTheLine) {
-  Workplace workplace;
-  Bench bench({}, RecordMemory(makeDays(workplace), workplace.idDigits));
-  bench.command(0x01, {2, 15, 0xFD});
-  bench.pc.set(9600, Parity::space);
-  bench.scheduler.advance(70 + 2000);
-  EXPECT_NEAR(static_cast<double>(bench.pc.received.size()), 2 * 9600 / 11.0, 20);
-  bench.scheduler.advance(60'000);
-  EXPECT_EQ(bench.pc.received, spoil(RecordMemory(makeDays(workplace), 4).stream(), {}));
+TEST(Stream, keepsThePaceOfTheLineAndEndsWhenItIsSwitchedAway) {
+  Bench bench({}, RecordMemory(makeDays({}), 4));
+  bench.command("01", "020FFD");
+  bench.wire.line = {9600, Parity::space};
+  const std::size_t digits = bench.after(70 + 2000).size();
+  EXPECT_NEAR(static_cast<double>(digits) / 2, 2 * 9600 / 11.0, 20);
+  bench.wire.line = {600, Parity::mark};
+  EXPECT_EQ(bench.after(5000), "");
+  EXPECT_EQ(bench.last["stream-end"]["complete"], false);
 }
 
-TEST(Stream, endsWhenTheLineIsSwitchedAway) {
-  Bench bench({}, smallMemory());
-  bench.command(0x01, {2, 15, 0xE8});
-  bench.pc.set(1200, Parity::space);
-  bench.scheduler.advance(70 + 100);
-  const std::size_t before = bench.pc.received.size();
-  bench.pc.set(600, Parity::mark);
-  bench.scheduler.advance(5000);
-  EXPECT_GT(before, 0U);
-  EXPECT_EQ(bench.pc.received.size(), before);
-  EXPECT_EQ(bench.last("stream-end").fields["complete"], false);
-}
-
-TEST(Stream, onlyTheDaysOfTheRange) {
-  Bench bench({}, smallMemory(100));
-  bench.command(0x01, {2, 25, 0x01, 0x01, 0x08, 0x31, 0x01, 0x08, 0xFD});
-  bench.pc.set(9600, Parity::space);
-  bench.scheduler.advance(1000);
-  EXPECT_EQ(bench.pc.received, (Bytes{0xBB, 0x01, 0x01, 0x08, 0x12, 0x34, 0x08, 0x00, 0xE3, 0,
-                                      102,  0,    0,    103,  0,    0,    1,    0,    0,    0xE3}));
-  EXPECT_TRUE(bench.replyTo(0x01, {2, 25, 0x1A, 0x01, 0x08, 0x31, 0x01, 0x08, 0xFD}).empty());
-}
-
-TEST(Stream, anEmptyMemoryStreamsItsTrailer) {
+TEST(Stream, ofARangeOfDaysAndOfAnEmptyMemory) {
   Bench bench({}, smallMemory(65533));
-  bench.replyTo(0x01, {2, 27, 'T'});
-  bench.command(0x01, {2, 28});
-  bench.pc.set(4800, Parity::space);
-  bench.scheduler.advance(1000);
-  EXPECT_EQ(bench.pc.received, (Bytes{0xE3, 0, 1, 0, 0, 1, 0, 0, 0, 0, 0, 0xE3}))
+  bench.send("010219010108310108FD");
+  EXPECT_EQ(bench.after(1000), "BB01010812340800E300010200010000010000E3");
+  bench.send("0102191A0108310108FD");
+  EXPECT_EQ(bench.after(1000), "") << "no such day";
+  bench.send("01021B54");
+  EXPECT_EQ(bench.after(1000), "18");
+  bench.send("01021C");
+  EXPECT_EQ(bench.after(1000), "E300010000010000000000E3")
       << "three records from 65533 on end at position 1";
 }
 
-TEST(Stream, pausesAndIsCutShort) {
-  Faults faults;
-  faults.pauseAt = 8;
-  faults.pause = 3000;
-  faults.cut = 20;
-  Bench bench(faults, smallMemory());
-  bench.command(0x01, {2, 15, 0xFE});
-  bench.pc.set(19200, Parity::space);
-  bench.scheduler.advance(2900);
-  EXPECT_EQ(bench.pc.received.size(), 8U);
-  bench.scheduler.advance(1000);
-  EXPECT_EQ(bench.pc.received, Bytes(allRecords.begin(), allRecords.begin() + 20));
-}
-
-// --- the network: no ninth bit, and no line to be at a speed ---
-
-class Peer : public Wire {
- public:
-  void send(std::span<const std::uint8_t> bytes) override {
-    received.insert(received.end(), bytes.begin(), bytes.end());
-  }
-  std::optional<LineSettings> settings() const override { return std::nullopt; }
-  void hangUp() override { hungUp = true; }
-
-  Bytes received;
-  bool hungUp = false;
-};
-
-TEST(NetworkExchange, theAddressIsTheFirstByteAndTheOneAfterEachCommand) {
-  Bench bench({}, smallMemory());
-  Peer peer;
-  Exchange exchange(peer, {&bench.one}, bench.scheduler, bench.journal);
-  const auto send = [&](const Bytes& bytes) {
-    for (const std::uint8_t byte : bytes) exchange.receive(byte);
-    bench.scheduler.advance(1000);
+TEST(Fault, changesWhatComesAndWhen) {
+  const std::string reply = "01021009", group = "01021301", records = "01020FFD";
+  const auto part = [](std::size_t from, std::size_t to) {
+    return smallStream.substr(2 * from, 2 * (to - from));
   };
-  send({0x05, 2, 16, 1});
-  EXPECT_TRUE(peer.received.empty()) << "a command for another terminal";
-  send({0x01, 2, 16, 2});
-  EXPECT_EQ(peer.received, Bytes{24});
-  send({0x01, 2, 15, 0x00});
-  EXPECT_EQ(peer.received.size(), 1 + allRecords.size());
+  using Received = std::vector<std::pair<double, std::string>>;  // in each span of time
+  const std::tuple<Faults, std::string, Received> cases[] = {
+      {{}, reply, {{119, ""}, {1, "18"}}},
+      {{}, group, {{1149, ""}, {1, "18"}}},
+      {{{"--silent", {}}}, reply, {{10'000, ""}}},
+      {{{"--delay", 5}}, reply, {{4, ""}, {1, "18"}}},
+      {{{"--reply", Bytes{7}}}, reply, {{120, "07"}}},
+      {{{"--reply", Bytes{7}}}, records, {{200, smallStream}}},
+      {{{"--noise", Bytes{8, 9}}}, reply, {{120, "080918"}}},
+      {{{"--pieces", {}}, {"--reply", Bytes{7, 8}}}, reply, {{120, "07"}, {999, ""}, {1, "08"}}},
+      {{{"--pause-at", 8}, {"--pause", 3000}, {"--cut", 20}},
+       records,
+       {{3000, part(0, 8)}, {500, part(8, 20)}}},
+      {{{"--trailer", "missing"s}}, records, {{200, part(0, 21)}}},
+      {{{"--trailer", "wrong"s}}, records, {{200, part(0, 32) + "00"}}},
+      {{{"--trailer", "count"s}}, records, {{200, part(0, 28) + "01" + part(29, 33)}}}};
+  for (const auto& [faults, command, received] : cases) {
+    SCOPED_TRACE(&received - &std::get<2>(cases[0]));
+    Bench bench(faults, smallMemory());
+    bench.send(command);
+    for (const auto& [time, bytes] : received) EXPECT_EQ(bench.after(time), bytes);
+    EXPECT_EQ(bench.one.stateFields()["keypad"], command == reply ? 9 : 0) << "it acts";
+  }
 }
 
-TEST(NetworkExchange, dropsTheConnectionOnRequest) {
-  Faults faults;
-  faults.drop = true;
-  Bench bench(faults);
-  Peer peer;
-  Exchange exchange(peer, {&bench.one}, bench.scheduler, bench.journal);
-  for (const std::uint8_t byte : Bytes{0x01, 2, 18}) exchange.receive(byte);
-  bench.scheduler.advance(1000);
-  EXPECT_TRUE(peer.hungUp);
-  EXPECT_TRUE(peer.received.empty());
+TEST(Fault, eachDamagedDigitIsInARecordOfItsOwn) {
+  Answer answer{.stream = true, .content = RecordMemory(makeDays({}), 4).stream()};
+  Faults{{"--damage", 100}}.apply(answer);
+  std::ptrdiff_t damagedRecords = 0;
+  for (const auto& [offset, size] : answer.content.digits) {
+    const auto record = std::span(answer.content.bytes).subspan(offset, size);
+    const auto damaged = std::ranges::count_if(record, [](auto b) { return !fromBcd(b); });
+    EXPECT_LE(damaged, 1);
+    EXPECT_LT(std::ranges::max(record), 0xA0) << "a damaged digit must not become a marker";
+    damagedRecords += damaged;
+  }
+  EXPECT_EQ(damagedRecords, 100);
 }
 
-}  // namespace
+TEST(Records, followFromTheSeedOfAWorkplace) {
+  EXPECT_EQ(makeDays({}).size(), 26U) << "Fridays are off";
+  const auto bytes = [](std::uint32_t seed) {
+    return RecordMemory(makeDays({.seed = seed}), 4).stream().bytes;
+  };
+  EXPECT_TRUE(bytes(1) == bytes(1) && bytes(1) != bytes(2));
+}
+
+TEST(Records, whatCannotBeIsRefused) {
+  const Workplace crowd{.cards = 1000, .days = 60}, shortIds{.cards = 200, .idDigits = 2};
+  EXPECT_THROW(RecordMemory(makeDays(crowd), 4), std::invalid_argument) << "too many records";
+  EXPECT_THROW(RecordMemory(makeDays(shortIds), 2), std::invalid_argument) << "numbers run out";
+  EXPECT_THROW(RecordMemory({}, 5), std::invalid_argument);
+  EXPECT_THROW(makeDays({.start = {26, 2, 30}}), std::invalid_argument);
+  EXPECT_THROW(RecordMemory::fromFile("no such folder/file"), std::runtime_error);
+}
+
+TEST(Records, aLoadedFileIsStreamedAsItIs) {
+  for (const Bytes& raw : {Bytes{0xE3, 0x12, 0xFF, 0x00, 0xBB}, smallMemory().stream().bytes}) {
+    const RecordStream stream = RecordMemory::fromBytes(raw).stream(DateRange{});
+    EXPECT_EQ(stream.bytes, raw);
+    EXPECT_EQ(stream.trailerAt, raw.size() == 5 ? 5U : 21U);
+  }
+}
+
 }  // namespace cronvel::simulator

@@ -9,146 +9,107 @@
 #include "TestBench.h"
 
 namespace cronvel::simulator {
-namespace {
 
-using Answer = ModemOptions::Answer;
-using Parity = LineSettings::Parity;
+struct Line : SerialLineEnd {
+  using Handler = std::function<void(std::span<const std::uint8_t>, const LineSettings&)>;
+  std::string path() const override { return {}; }
+  LineSettings settings() const override { return set; }
+  void send(std::span<const std::uint8_t> b) override { said.append(b.begin(), b.end()); }
+  void onReceive(Handler handler) override { take = std::move(handler); }
+
+  LineSettings set{4800, Parity::none};
+  std::string said;
+  Handler take;
+};
 
 class ModemTest : public testing::Test {
  protected:
   ~ModemTest() override { std::filesystem::remove(mLinesFile); }
 
-  void start(const ModemOptions& options) {
-    mBench.bus.reset();  // the bench's line has the modem instead of the terminals
-    mModem = std::make_unique<Modem>(std::make_unique<FakeLine>(mBench.pc),
-                                     std::vector{&mBench.one, &mBench.two}, mBench.scheduler,
+  void start(ModemOptions options) {
+    options.linesFile = mLinesFile;
+    auto line = std::make_unique<Line>();
+    mLine = line.get();
+    mModem = std::make_unique<Modem>(std::move(line), std::vector{&mBench.one}, mBench.scheduler,
                                      mBench.journal, options);
-    mBench.pc.set(4800, Parity::none);
   }
-  void send(const std::string& text) { mBench.pc.send(Bytes(text.begin(), text.end())); }
-  /// What the modem has said since the last call, after some time.
+  void send(const std::string& text) { mLine->take(Bytes(text.begin(), text.end()), mLine->set); }
+  /// What the modem says in some time.
   std::string said(double milliseconds) {
     mBench.scheduler.advance(milliseconds);
-    const Bytes bytes = std::exchange(mBench.pc.received, {});
-    return {bytes.begin(), bytes.end()};
+    return std::exchange(mLine->said, {});
   }
-  Bytes replyTo(std::uint8_t address, const Bytes& body) {
-    mBench.sendPaced({address});
-    mBench.sendPaced(body);
-    mBench.pc.received.clear();
-    mBench.scheduler.advance(1000);
-    return std::exchange(mBench.pc.received, {});
-  }
-  std::string hangUpReason() const {
-    const Event event = mBench.last("hang-up");
-    return event.fields.value("reason", "");
-  }
-  int line(int number) const {
-    std::ifstream in(mLinesFile, std::ios::binary);
-    in.seekg(number);
-    return in.get();
+  std::string replyTo(const std::string& bytes) {
+    for (const char byte : bytes) send({byte});
+    return said(1000);
   }
   void fallOfDtr() {
-    std::fstream(mLinesFile, std::ios::binary | std::ios::in | std::ios::out)
-        .seekp(2)
-        .put(static_cast<char>(line(2) + 1));
+    std::ofstream(mLinesFile, std::ios::binary) << '\0' << '\0' << static_cast<char>(++mFalls);
   }
 
   Bench mBench;
+  Line* mLine = nullptr;
   std::unique_ptr<Modem> mModem;
-  std::string mLinesFile = (std::filesystem::temp_directory_path() /
-                            ("modem-lines-" + std::to_string(std::random_device()())))
-                               .string();
+  int mFalls = 0;
+  const std::string mNoCarrier = "\r\nNO CARRIER\r\n", mConnect = "\r\nCONNECT 4800\r\n";
+  const std::string mLinesFile =
+      testing::TempDir() + "modem-lines-" + std::to_string(std::random_device()());
 };
 
 TEST_F(ModemTest, WhatBecomesOfACall) {
-  start({.answers = {Answer::busy, Answer::noCarrier, Answer::silent, Answer::connect},
-         .delay = 1000,
-         .pieces = true,
-         .linesFile = mLinesFile});
+  using enum ModemOptions::Answer;
+  start({.answers = {busy, noCarrier, silent, connect}, .delay = 1000, .pieces = true});
   send("ATDP77");
   send("88\r\n");  // a number can come in pieces, and the line feed does not end the call
-  EXPECT_EQ(mBench.last("dial").fields, Json({{"number", "7788"}, {"pulse", true}}));
+  EXPECT_EQ(mBench.last["dial"], Json({{"number", "7788"}, {"pulse", true}}));
   EXPECT_EQ(said(999), "");
   EXPECT_EQ(said(1), "\r\nB");
   EXPECT_EQ(said(300), "USY");
   EXPECT_EQ(said(300), "\r\n");
   send("ATDT0,1\r");
-  EXPECT_EQ(mBench.last("dial").fields, Json({{"number", "0,1"}, {"pulse", false}}));
-  EXPECT_EQ(said(1000), "\r\nNO CARRIER\r\n");
+  EXPECT_EQ(mBench.last["dial"], Json({{"number", "0,1"}, {"pulse", false}}));
+  EXPECT_EQ(said(1000), mNoCarrier);
   send("ATDP7788\r\n");
   EXPECT_EQ(said(200'000), "");
   send("A");  // a key breaks the attempt off
   send("TDP7788\r\n");
-  EXPECT_EQ(said(999), "\r\nNO CARRIER\r\n");
-  EXPECT_EQ(line(0), 0);
-  EXPECT_EQ(said(1), "\r\nCONNECT 4800\r\n");
-  EXPECT_EQ(line(0), 1);
-  mModem.reset();
-  EXPECT_EQ(line(0), 0);
+  EXPECT_EQ(said(999), mNoCarrier);
+  EXPECT_EQ(said(1), mConnect);
 }
 
 TEST_F(ModemTest, InACallTheTerminalsAreReachedAtTheModemsOwnSettings) {
   start({.delay = 0});
-  send("ATZ\r\n");
-  EXPECT_EQ(said(10), "\r\nOK\r\n");
-  EXPECT_EQ(replyTo(0x01, {2, 18}), Bytes{});  // nobody is called yet
-  send("\rATDP7788\r\n");
-  said(10);
-  EXPECT_EQ(replyTo(0x01, {2, 18}), Bytes{24});
-  EXPECT_EQ(replyTo(0x02, {2, 16, 5}), Bytes{24});
-  EXPECT_EQ(mBench.two.stateFields()["keypad"], 5);
-  EXPECT_EQ(replyTo(0x09, {2, 18}), Bytes{});
-  EXPECT_EQ(replyTo('A', {'T', 'H'}), Bytes{});  // byte by byte it is the terminals'
-  mBench.pc.set(600, Parity::space);
-  EXPECT_EQ(replyTo(0x01, {2, 18}), Bytes{});
-  EXPECT_NE(mBench.last("ignored").fields["reason"].get<std::string>().find("600 baud"),
-            std::string::npos);
+  EXPECT_EQ(replyTo("ATZ\r\n"), "\r\nOK\r\n");
+  EXPECT_EQ(replyTo("\1\2\x12"), "") << "nobody is called yet";
+  EXPECT_EQ(replyTo("\rATDP7788\r\n"), mConnect);
+  EXPECT_EQ(replyTo("\1\2\x12"), "\x18");
+  mLine->set = {600, Parity::space};
+  EXPECT_EQ(replyTo("\1\2\x12"), "");
+  mLine->set = {4800, Parity::none};
+  mBench.one.faults({{"--drop", {}}});
+  EXPECT_EQ(replyTo("\1\2\x12"), mNoCarrier);
+  EXPECT_EQ(replyTo("ATDP7788\r\n"), mConnect);
+  EXPECT_EQ(replyTo("ATH"), "") << "byte by byte it is the terminals'";
 }
 
 TEST_F(ModemTest, WaysACallEnds) {
-  start({.delay = 0, .carrierLoss = 30, .linesFile = mLinesFile});
-  const auto call = [this] {
-    mBench.pc.set(4800, Parity::none);
+  start({.delay = 0, .carrierLoss = 30});
+  const std::tuple<std::function<void()>, std::string, std::string> ways[] = {
+      {[&] { send("ATH"); }, "ATH", mNoCarrier + "\r\nOK\r\n"},
+      {[&] { fallOfDtr(); }, "data terminal ready has fallen", mNoCarrier},
+      {[&] { mLine->set.speed = 0; }, "the port was closed", mNoCarrier},
+      {[&] { EXPECT_EQ(said(29'969), ""); }, "the line was lost", mNoCarrier},
+      {[&] { fallOfDtr(), send("ATDP1\r"); },  // faster than the modem looks
+       "data terminal ready has fallen", mNoCarrier + mConnect}};
+  for (const auto& [end, reason, words] : ways) {
+    SCOPED_TRACE(reason);
+    mLine->set.speed = 4800;
     send("ATDP7788\r\n");
-    EXPECT_EQ(said(30), "\r\nCONNECT 4800\r\n");
-    EXPECT_EQ(line(0), 1);
-  };
-  call();
-  send("ATH");
-  EXPECT_EQ(hangUpReason(), "ATH");
-  EXPECT_EQ(line(0), 0);
-  EXPECT_EQ(said(0), "\r\nNO CARRIER\r\n\r\nOK\r\n");
-
-  call();
-  fallOfDtr();
-  EXPECT_EQ(said(20), "\r\nNO CARRIER\r\n");
-  EXPECT_EQ(hangUpReason(), "data terminal ready has fallen");
-  EXPECT_EQ(line(0), 0);
-
-  call();  // a fall and the next number, faster than the modem looks
-  fallOfDtr();
-  send("ATDP1\r\n");
-  EXPECT_EQ(said(30), "\r\nNO CARRIER\r\n\r\nCONNECT 4800\r\n");
-
-  mBench.pc.set(0, Parity::none);
-  said(20);
-  EXPECT_EQ(hangUpReason(), "the port was closed");
-
-  call();
-  EXPECT_EQ(said(29'969), "");
-  EXPECT_EQ(said(31), "\r\nNO CARRIER\r\n");
-  EXPECT_EQ(hangUpReason(), "the line was lost");
-  EXPECT_EQ(line(0), 0);
-
-  call();
-  Faults faults;
-  faults.drop = true;
-  mBench.one.faults(faults);
-  EXPECT_EQ(replyTo(0x01, {2, 18}),
-            (Bytes{'\r', '\n', 'N', 'O', ' ', 'C', 'A', 'R', 'R', 'I', 'E', 'R', '\r', '\n'}));
-  EXPECT_EQ(hangUpReason(), "by the terminal");
+    EXPECT_TRUE(said(30).ends_with(mConnect));
+    end();
+    EXPECT_EQ(said(31), words);
+    EXPECT_EQ(mBench.last["hang-up"]["reason"], reason);
+  }
 }
 
-}  // namespace
 }  // namespace cronvel::simulator

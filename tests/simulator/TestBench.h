@@ -1,120 +1,87 @@
 #pragma once
 
-#include <memory>
+#include <algorithm>
+#include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "simulator/memory/Workplace.h"
-#include "simulator/wire/SerialBus.h"
+#include "simulator/base/Text.h"
+#include "simulator/wire/Exchange.h"
 
 namespace cronvel::simulator {
 
+using Parity = LineSettings::Parity;
+
 /// Time that moves only when told.
-class ManualScheduler : public Scheduler {
- public:
+struct ManualScheduler : Scheduler {
   double now() const override { return mNow; }
   void advance(double milliseconds) {
     const double target = mNow + milliseconds;
-    while (nextDue() && *nextDue() <= target) {
-      mNow = std::max(mNow, *nextDue());
-      runDue();
-    }
+    for (; nextDue() && *nextDue() <= target; runDue()) mNow = std::max(mNow, *nextDue());
     mNow = target;
   }
-
- private:
   void scheduled() override {}
+
   double mNow = 0;
 };
 
-/// A serial line whose PC side is the test: what it sends, how its port is set, what it got.
-class FakeLine : public SerialLineEnd {
- public:
-  struct Pc {
-    LineSettings settings;
-    Bytes received;
-    std::vector<std::size_t> chunks;  ///< sizes of the pieces in which it came
-    std::function<void(std::span<const std::uint8_t>, const LineSettings&)> handler;
-
-    void set(std::int32_t speed, LineSettings::Parity parity) { settings = {speed, parity}; }
-    void send(const Bytes& bytes) { handler(bytes, settings); }
-  };
-
-  explicit FakeLine(Pc& pc) : mPc(pc) {}
-  std::string path() const override { return "fake"; }
-  LineSettings settings() const override { return mPc.settings; }
+/// What leads to the test: a connection, or a serial line as soon as that has settings.
+struct TestWire : Wire {
   void send(std::span<const std::uint8_t> bytes) override {
-    mPc.received.insert(mPc.received.end(), bytes.begin(), bytes.end());
-    mPc.chunks.push_back(bytes.size());
+    for (const std::uint8_t byte : bytes) received += hex(byte);
   }
-  void onReceive(
-      std::function<void(std::span<const std::uint8_t>, const LineSettings&)> handler) override {
-    mPc.handler = std::move(handler);
-  }
+  std::optional<LineSettings> settings() const override { return line; }
+  void hangUp() override {}
 
- private:
-  Pc& mPc;
+  std::optional<LineSettings> line;
+  std::string received;  // in hexadecimal
 };
 
-/// Terminals 1 and 2 on one line, and everything that they report.
-class Bench {
- public:
-  using Parity = LineSettings::Parity;
-
+/// Terminals 1 and 2 on one wire, and the last event of each name.
+struct Bench {
   explicit Bench(Faults faults = {}, RecordMemory memory = {})
-      : one(1, std::move(memory), faults, scheduler), two(2, {}, {}, scheduler) {
-    journal.addSink([this](const Event& event) { events.push_back(event); });
-    bus = std::make_unique<SerialBus>(std::make_unique<FakeLine>(pc), std::vector{&one, &two},
-                                      scheduler, journal);
+      : one(1, std::move(memory), std::move(faults), scheduler), two(2, {}, {}, scheduler) {
+    journal.addSink([this](const Event& event) { last[event.name] = event.fields; });
   }
 
-  /// As a PC does it: the address with mark, the rest as given, a pause after each byte.
-  void command(std::uint8_t address, const Bytes& body, Parity parity = Parity::space) {
-    pc.set(600, Parity::mark);
-    sendPaced({address});
-    pc.set(600, parity);
-    sendPaced(body);
-    pc.received.clear();
-    pc.chunks.clear();
-  }
-
-  /// The command's reply; nothing when none came within a second.
-  Bytes replyTo(std::uint8_t address, const Bytes& body, Parity parity = Parity::space) {
-    command(address, body, parity);
-    scheduler.advance(1000);
-    return pc.received;
-  }
-
-  void sendPaced(const Bytes& bytes) {
-    for (const std::uint8_t byte : bytes) {
-      pc.send({byte});
-      scheduler.advance(50);
+  /// Bytes in hexadecimal; on a line with a pause after each.
+  void send(std::string_view digits) {
+    for (; !digits.empty(); digits.remove_prefix(2)) {
+      const int value = std::stoi(std::string(digits.substr(0, 2)), nullptr, 16);
+      const auto byte = static_cast<std::uint8_t>(value);
+      wire.line ? exchange.receive(byte, *wire.line) : exchange.receive(byte);
+      scheduler.advance(wire.line ? 50 : 0);
     }
   }
-
-  /// The last event of that name; an empty one when there is none.
-  Event last(const std::string& name) const {
-    for (auto event = events.rbegin(); event != events.rend(); ++event) {
-      if (event->name == name) return *event;
-    }
-    return {};
+  /// Over a line as a PC does it.
+  void command(std::string_view address, std::string_view body) {
+    wire.line = {600, Parity::mark};
+    send(address);
+    wire.line = {600, Parity::space};
+    send(body);
+  }
+  /// What came in some time.
+  std::string after(double milliseconds) {
+    scheduler.advance(milliseconds);
+    return std::exchange(wire.received, {});
   }
 
   ManualScheduler scheduler;
   Journal journal{scheduler};
-  std::vector<Event> events;
-  FakeLine::Pc pc;
+  std::map<std::string, Json> last;
   Terminal one;
   Terminal two;
-  std::unique_ptr<SerialBus> bus;
+  TestWire wire;
+  Exchange exchange{wire, {&one, &two}, scheduler, journal};
 };
 
-/// Two days, two people, three records; 33 bytes as a stream.
+/// Two days, two people, three records; and they as a stream.
 inline RecordMemory smallMemory(std::size_t startPosition = 0) {
   return RecordMemory({Day{{7, 12, 31}, {{1234, 7 * 60 + 58, 0}, {88, 16 * 60 + 5, 0xA3}}},
                        Day{{8, 1, 1}, {{1234, 8 * 60, 0}}}},
                       4, startPosition);
 }
+inline const std::string smallStream =
+    "BB31120712340758A300881605BB01010812340800E300000000030000030000E3";
 
 }  // namespace cronvel::simulator

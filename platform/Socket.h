@@ -88,27 +88,28 @@ class Socket {
 };
 
 /// What happens on the sockets of an array. Called one after another inside pump passes, on the
-/// thread that made the array; a handler may pump again and may close or unload the element.
+/// thread that made the array; a handler may pump again and may close or unload the element. What
+/// is of no interest is left out.
 class SocketEvents {
  public:
   virtual ~SocketEvents() = default;
   /// A peer connects to the listening element. A request that nobody accepts during the call is
   /// dropped.
-  virtual void ConnectionRequest(std::int16_t Index, std::int32_t requestID) = 0;
+  virtual void ConnectionRequest(std::int16_t /*Index*/, std::int32_t /*requestID*/) {}
   /// Bytes wait to be taken. Raised again in later passes while some still wait, at most once per
   /// element in a pass, and never inside its own handler.
-  virtual void DataArrival(std::int16_t Index, std::int32_t bytesTotal) = 0;
+  virtual void DataArrival(std::int16_t /*Index*/, std::int32_t /*bytesTotal*/) {}
   /// The socket failed; its state is 9 now.
-  virtual void Error(std::int16_t Index, std::int16_t Number, std::u16string& Description,
-                     std::int32_t Scode, const std::u16string& Source,
-                     const std::u16string& HelpFile, std::int32_t HelpContext,
-                     bool& CancelDisplay) = 0;
-  virtual void Connect(std::int16_t Index) = 0;
+  virtual void Error(std::int16_t /*Index*/, std::int16_t /*Number*/,
+                     std::u16string& /*Description*/, std::int32_t /*Scode*/,
+                     const std::u16string& /*Source*/, const std::u16string& /*HelpFile*/,
+                     std::int32_t /*HelpContext*/, bool& /*CancelDisplay*/) {}
+  virtual void Connect(std::int16_t /*Index*/) {}
   /// The peer has closed; all data that came before was announced.
-  virtual void Close(std::int16_t Index) = 0;
-  virtual void SendComplete(std::int16_t Index) = 0;
-  virtual void SendProgress(std::int16_t Index, std::int32_t bytesSent,
-                            std::int32_t bytesRemaining) = 0;
+  virtual void Close(std::int16_t /*Index*/) {}
+  virtual void SendComplete(std::int16_t /*Index*/) {}
+  virtual void SendProgress(std::int16_t /*Index*/, std::int32_t /*bytesSent*/,
+                            std::int32_t /*bytesRemaining*/) {}
 };
 
 /// Sockets by index. Element 0 exists from the start and cannot be unloaded.

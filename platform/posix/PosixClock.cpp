@@ -1,7 +1,7 @@
 #include <cerrno>
 #include <ctime>
 
-#include "platform/reactor/Parts.h"
+#include "platform/system/Machine.h"
 
 namespace cronvel {
 namespace {

@@ -1,7 +1,7 @@
 #include <iostream>
 
 #include "platform/Console.h"
-#include "platform/reactor/Parts.h"
+#include "platform/system/Machine.h"
 #include "runtime/Text.h"
 
 namespace cronvel {

@@ -10,7 +10,7 @@
 
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/Termios.h"
-#include "platform/reactor/SerialDevice.h"
+#include "platform/system/SerialDevice.h"
 #include "runtime/RunTimeError.h"
 
 namespace cronvel {

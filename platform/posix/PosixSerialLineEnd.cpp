@@ -11,7 +11,9 @@
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/Termios.h"
 #include "platform/reactor/CallOut.h"
-#include "platform/reactor/Parts.h"
+#include "platform/reactor/Reactor.h"
+#include "platform/system/Machine.h"
+#include "runtime/Bytes.h"
 #include "runtime/RunTimeError.h"
 
 namespace cronvel {

@@ -1,4 +1,4 @@
-#include "platform/reactor/SocketApi.h"
+#include "platform/system/SocketApi.h"
 
 #include <ifaddrs.h>
 #include <linux/sockios.h>
@@ -12,8 +12,6 @@
 #include <cerrno>
 #include <cstring>
 #include <thread>
-
-#include "platform/reactor/Inet.h"
 
 namespace cronvel {
 
@@ -46,36 +44,6 @@ bool wouldBlock(int error) { return error == EAGAIN || error == EWOULDBLOCK; }
 bool interrupted(int error) { return error == EINTR; }
 bool connectUnderWay(int error) { return error == EINPROGRESS; }
 bool outOfFiles(int error) { return error == EMFILE || error == ENFILE; }
-
-ErrorNumber socketErrorNumber(int error) {
-  switch (error) {
-    case EACCES:
-    case EPERM:
-      return ErrorNumber::permissionDenied;
-    case EADDRINUSE:
-      return ErrorNumber::addressInUse;
-    case EADDRNOTAVAIL:
-      return ErrorNumber::addressNotAvailable;
-    case ENETUNREACH:
-    case ENETDOWN:
-      return ErrorNumber::networkUnreachable;
-    case ECONNRESET:
-    case EPIPE:
-      return ErrorNumber::connectionReset;
-    case ETIMEDOUT:
-      return ErrorNumber::timedOut;
-    case ECONNREFUSED:
-      return ErrorNumber::connectionRefused;
-    case EHOSTUNREACH:
-    case EHOSTDOWN:
-      return ErrorNumber::hostUnreachable;
-    case EMFILE:
-    case ENFILE:
-      return ErrorNumber::tooManyFiles;
-    default:
-      return ErrorNumber::connectionAborted;
-  }
-}
 
 std::string socketErrorText(int error) { return std::strerror(error); }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/system/SerialSpeeds.h"
+
 namespace cronvel {
 
 using Parity = LineSettings::Parity;
@@ -14,18 +16,9 @@ struct Speed {
   speed_t code;
 };
 
-constexpr std::array speeds = {
-    Speed{50, B50},           Speed{75, B75},           Speed{110, B110},
-    Speed{134, B134},         Speed{150, B150},         Speed{200, B200},
-    Speed{300, B300},         Speed{600, B600},         Speed{1200, B1200},
-    Speed{1800, B1800},       Speed{2400, B2400},       Speed{4800, B4800},
-    Speed{9600, B9600},       Speed{19200, B19200},     Speed{38400, B38400},
-    Speed{57600, B57600},     Speed{115200, B115200},   Speed{230400, B230400},
-    Speed{460800, B460800},   Speed{500000, B500000},   Speed{576000, B576000},
-    Speed{921600, B921600},   Speed{1000000, B1000000}, Speed{1152000, B1152000},
-    Speed{1500000, B1500000}, Speed{2000000, B2000000}, Speed{2500000, B2500000},
-    Speed{3000000, B3000000}, Speed{3500000, B3500000}, Speed{4000000, B4000000},
-};
+#define ROW(speed) Speed{speed, B##speed},
+constexpr std::array speeds = {CRONVEL_SERIAL_SPEEDS(ROW)};
+#undef ROW
 
 constexpr tcflag_t parityFlags = PARENB | PARODD | tcflag_t{CMSPAR};
 constexpr tcflag_t rawInputOff =

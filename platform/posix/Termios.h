@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/SerialLineEnd.h"
-#include "platform/reactor/SerialSettings.h"
+#include "platform/system/SerialSettings.h"
 
 namespace cronvel {
 

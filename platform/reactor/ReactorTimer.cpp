@@ -1,8 +1,9 @@
+#include "platform/reactor/ReactorTimer.h"
+
 #include <algorithm>
 #include <chrono>
 
 #include "platform/reactor/CallOut.h"
-#include "platform/reactor/Parts.h"
 
 namespace cronvel {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/reactor/SocketApi.h"
+#include "platform/system/SocketApi.h"
 
 #include <iphlpapi.h>
 
@@ -8,7 +8,6 @@
 #include <system_error>
 #include <vector>
 
-#include "platform/reactor/Inet.h"
 #include "platform/win32/Module.h"
 
 namespace cronvel {
@@ -67,35 +66,6 @@ bool wouldBlock(int error) { return error == WSAEWOULDBLOCK; }
 bool interrupted(int error) { return error == WSAEINTR; }
 bool connectUnderWay(int error) { return error == WSAEWOULDBLOCK || error == WSAEINPROGRESS; }
 bool outOfFiles(int error) { return error == WSAEMFILE || error == WSAENOBUFS; }
-
-ErrorNumber socketErrorNumber(int error) {
-  switch (error) {
-    case WSAEACCES:
-      return ErrorNumber::permissionDenied;
-    case WSAEADDRINUSE:
-      return ErrorNumber::addressInUse;
-    case WSAEADDRNOTAVAIL:
-      return ErrorNumber::addressNotAvailable;
-    case WSAENETUNREACH:
-    case WSAENETDOWN:
-      return ErrorNumber::networkUnreachable;
-    case WSAECONNRESET:
-    case WSAENETRESET:
-    case WSAESHUTDOWN:
-      return ErrorNumber::connectionReset;
-    case WSAETIMEDOUT:
-      return ErrorNumber::timedOut;
-    case WSAECONNREFUSED:
-      return ErrorNumber::connectionRefused;
-    case WSAEHOSTUNREACH:
-    case WSAEHOSTDOWN:
-      return ErrorNumber::hostUnreachable;
-    case WSAEMFILE:
-      return ErrorNumber::tooManyFiles;
-    default:
-      return ErrorNumber::connectionAborted;
-  }
-}
 
 std::string socketErrorText(int error) { return systemErrorText(static_cast<DWORD>(error)); }
 

@@ -1,4 +1,4 @@
-#include "platform/reactor/Parts.h"
+#include "platform/system/Machine.h"
 #include "platform/win32/Module.h"
 
 namespace cronvel {

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "platform/reactor/Poller.h"
+#include "platform/system/SocketTypes.h"
 #include "platform/win32/Module.h"
-#include "platform/win32/SocketTypes.h"
 #include "platform/win32/WaitableTimer.h"
 
 namespace cronvel {

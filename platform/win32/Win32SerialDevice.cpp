@@ -1,19 +1,16 @@
-#include <windows.h>
-
 #include <algorithm>
 #include <chrono>
 #include <deque>
 #include <memory>
-#include <vector>
 
-#include "platform/reactor/SerialDevice.h"
+#include "platform/system/SerialDevice.h"
+#include "platform/win32/LineState.h"
 #include "platform/win32/Module.h"
-#include "runtime/Bytes.h"
+#include "platform/win32/Operation.h"
 
 namespace cronvel {
 namespace {
 
-using Parity = LineSettings::Parity;
 using std::chrono::steady_clock;
 
 /// Given to the driver in one piece, so that its progress shows.
@@ -21,127 +18,7 @@ constexpr std::size_t blockSize = 256;
 /// The driver holds this much before `write` waits.
 constexpr std::int32_t unsentLimit = 4096;
 
-class OwnedHandle {
- public:
-  explicit OwnedHandle(HANDLE handle) : mHandle(handle) {}
-  ~OwnedHandle() {
-    if (*this) CloseHandle(mHandle);
-  }
-  OwnedHandle(const OwnedHandle&) = delete;
-  OwnedHandle& operator=(const OwnedHandle&) = delete;
-  HANDLE get() const { return mHandle; }
-  explicit operator bool() const { return mHandle != nullptr && mHandle != INVALID_HANDLE_VALUE; }
-
- private:
-  HANDLE mHandle;
-};
-
 constexpr DWORD inputQueue = 1 << 14, outputQueue = 1 << 12;  // bytes
-
-/// Reading or writing that goes on in the driver. Its buffer stays where it is until it is over.
-class Operation {
- public:
-  enum class State { running, done, failed };
-
-  explicit Operation(HANDLE device) : mDevice(device) {}
-  ~Operation() {
-    if (state() != State::running) return;
-    CancelIoEx(mDevice, &mOverlapped);
-    DWORD count = 0;
-    GetOverlappedResult(mDevice, &mOverlapped, &count, TRUE);
-  }
-  Operation(const Operation&) = delete;
-  Operation& operator=(const Operation&) = delete;
-
-  void read(std::size_t size) {
-    begin(Bytes(size));
-    started(ReadFile(mDevice, mBuffer.data(), static_cast<DWORD>(size), nullptr, &mOverlapped));
-  }
-  void write(std::span<const std::uint8_t> bytes) {
-    begin(Bytes(bytes.begin(), bytes.end()));
-    started(WriteFile(mDevice, mBuffer.data(), static_cast<DWORD>(mBuffer.size()), nullptr,
-                      &mOverlapped));
-  }
-
-  State state() {
-    if (mState == State::running) {
-      DWORD count = 0;
-      if (GetOverlappedResult(mDevice, &mOverlapped, &count, FALSE) != 0) {
-        mState = State::done;
-        mBuffer.resize(count);
-      } else if (GetLastError() != ERROR_IO_INCOMPLETE) {
-        failed();
-      }
-    }
-    return mState;
-  }
-  HANDLE event() const { return mEvent.get(); }
-  /// Of what is done: the bytes it moved.
-  const Bytes& bytes() const { return mBuffer; }
-  DWORD error() const { return mError; }
-
- private:
-  void begin(Bytes buffer) {
-    mBuffer = std::move(buffer);
-    mOverlapped = {};
-    mOverlapped.hEvent = mEvent.get();
-    mState = State::running;
-  }
-  void started(BOOL ok) {
-    if (ok == 0 && GetLastError() != ERROR_IO_PENDING) {
-      failed();
-      SetEvent(mEvent.get());  // whoever waits for it has to see the failure
-    }
-  }
-  void failed() {
-    mError = GetLastError();
-    mState = State::failed;
-    mBuffer.clear();
-  }
-
-  HANDLE mDevice;
-  OwnedHandle mEvent{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-  OVERLAPPED mOverlapped{};
-  Bytes mBuffer;
-  State mState = State::done;
-  DWORD mError = 0;
-};
-
-BYTE parityCode(Parity parity) {
-  switch (parity) {
-    case Parity::none:
-      return NOPARITY;
-    case Parity::odd:
-      return ODDPARITY;
-    case Parity::even:
-      return EVENPARITY;
-    case Parity::mark:
-      return MARKPARITY;
-    case Parity::space:
-      return SPACEPARITY;
-  }
-  return NOPARITY;
-}
-
-BYTE stopCode(const SerialSettings& settings) {
-  if (!settings.longStop) return ONESTOPBIT;
-  return settings.dataBits == 5 ? ONE5STOPBITS : TWOSTOPBITS;
-}
-
-/// Bytes pass unchanged both ways, without handshaking.
-DCB frameOf(const SerialSettings& settings) {
-  DCB line{};
-  line.DCBlength = sizeof line;
-  line.BaudRate = static_cast<DWORD>(settings.speed);
-  line.ByteSize = static_cast<BYTE>(settings.dataBits);
-  line.Parity = parityCode(settings.parity);
-  line.StopBits = stopCode(settings);
-  line.fBinary = TRUE;
-  line.XonChar = 17;
-  line.XoffChar = 19;
-  line.XonLim = line.XoffLim = 512;
-  return line;
-}
 
 /// A communication device. One byte is always being read, without a time limit: its end tells that
 /// something came, and the rest is then read in one go.
@@ -170,8 +47,8 @@ class Win32SerialDevice : public SerialDevice {
  private:
   HANDLE open(const std::string& path) const;
   [[noreturn]] void failOpening(DWORD error) const;
+  DCB wanted(const SerialSettings& settings, int handshaking) const;
   bool set(DCB line) const;
-  std::string missing(const SerialSettings& settings) const;
   void forgetWritten();
 
   struct Applied {
@@ -229,15 +106,8 @@ Win32SerialDevice::Win32SerialDevice(const std::string& path, const std::string&
   if (SetCommTimeouts(mDevice.get(), &none) == 0) failOpening(GetLastError());
 }
 
-void Win32SerialDevice::apply(const SerialSettings& settings, int handshaking) {
-  if (mApplied == Applied{settings, handshaking}) return;
-  mApplied.reset();
-  DCB before{};
-  before.DCBlength = sizeof before;
-  if (GetCommState(mDevice.get(), &before) == 0)
-    fail(ErrorNumber::couldNotSetCommState,
-         "cannot be set: " + systemErrorText(GetLastError()) + "; check the cable or adapter");
-  DCB line = frameOf(settings);
+DCB Win32SerialDevice::wanted(const SerialSettings& settings, int handshaking) const {
+  DCB line = lineStateOf(settings);
   // The settings carry the two lines as well: what was chosen for them must not fall with each
   // change of parity, because modems hang up and adapters live from them.
   line.fDtrControl = mDtr ? DTR_CONTROL_ENABLE : DTR_CONTROL_DISABLE;
@@ -247,11 +117,23 @@ void Win32SerialDevice::apply(const SerialSettings& settings, int handshaking) {
     line.fOutxCtsFlow = TRUE;
     line.fRtsControl = RTS_CONTROL_HANDSHAKE;
   }
+  return line;
+}
+
+void Win32SerialDevice::apply(const SerialSettings& settings, int handshaking) {
+  if (mApplied == Applied{settings, handshaking}) return;
+  mApplied.reset();
+  DCB before{};
+  before.DCBlength = sizeof before;
+  if (GetCommState(mDevice.get(), &before) == 0)
+    fail(ErrorNumber::couldNotSetCommState,
+         "cannot be set: " + systemErrorText(GetLastError()) + "; check the cable or adapter");
+  DCB line = wanted(settings, handshaking);
   std::string lacks;
   if (!set(line))
     lacks = "these settings (" + systemErrorText(GetLastError()) + ")";
-  else
-    lacks = missing(settings);
+  else if (GetCommState(mDevice.get(), &line) != 0)
+    lacks = missingIn(line, settings);
   if (!lacks.empty()) {
     SetCommState(mDevice.get(), &before);
     failSettings(lacks);
@@ -275,19 +157,6 @@ bool Win32SerialDevice::set(DCB line) const {
   DCB plain = line;
   plain.Parity = NOPARITY;
   return SetCommState(mDevice.get(), &plain) != 0 && SetCommState(mDevice.get(), &line) != 0;
-}
-
-/// What the line did not take, as the subject of a sentence.
-std::string Win32SerialDevice::missing(const SerialSettings& settings) const {
-  DCB line{};
-  line.DCBlength = sizeof line;
-  if (GetCommState(mDevice.get(), &line) == 0) return {};
-  if (line.BaudRate != static_cast<DWORD>(settings.speed))
-    return "a speed of " + std::to_string(settings.speed) + " baud";
-  // A line without hardware has a code of its own for a parity that it cannot name.
-  if (line.Parity <= SPACEPARITY && line.Parity != parityCode(settings.parity))
-    return settings.nameOfParity();
-  return {};
 }
 
 bool Win32SerialDevice::carrier() {

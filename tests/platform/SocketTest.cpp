@@ -3,8 +3,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/reactor/Inet.h"
-#include "platform/reactor/SocketApi.h"
+#include "platform/sockets/Inet.h"
+#include "platform/system/SocketApi.h"
 #include "runtime/Text.h"
 #include "tests/platform/PlatformTest.h"
 

@@ -1,7 +1,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "platform/reactor/Inet.h"
+#include "platform/sockets/Inet.h"
 #include "tests/platform/SerialTest.h"
 #include "tests/ptyline/Frame.h"
 

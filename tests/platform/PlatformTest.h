@@ -3,27 +3,36 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <filesystem>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "platform/Platform.h"
+#include "platform/sockets/Inet.h"
 #include "runtime/RunTimeError.h"
+#include "runtime/Text.h"
 
 namespace cronvel {
 
-struct Raised {
-  int number = 0;  ///< 0: nothing was raised
-  std::string text;
-};
-
-inline Raised raisedBy(const std::function<void()>& action) {
+/// "8005 Port already open: COM1 (/dev/ttyS0) is ..."; empty where nothing is raised.
+inline std::string raisedBy(const std::function<void()>& action) {
   try {
     action();
   } catch (const RunTimeError& error) {
-    return {static_cast<int>(error.number()), error.what()};
+    return std::to_string(static_cast<int>(error.number())) + " " + error.what();
   }
   return {};
+}
+
+inline int errorOf(const std::function<void()>& action) {
+  return std::atoi(raisedBy(action).c_str());
+}
+
+inline void expectError(int number, std::initializer_list<std::function<void()>> actions) {
+  for (const auto& action : actions) EXPECT_EQ(errorOf(action), number);
 }
 
 /// Whether the system is not Windows itself: what it does differently is not the platform's fault.
@@ -33,17 +42,17 @@ bool underWine();
 class PlatformTest : public testing::Test {
  protected:
   using Steady = std::chrono::steady_clock;
-  using Milliseconds = std::chrono::milliseconds;
 
-  bool pumpUntil(const std::function<bool()>& reached, int milliseconds = 4000) {
-    const auto end = Steady::now() + Milliseconds(milliseconds);
+  bool pumpUntil(const std::function<bool()>& reached, int milliseconds = 20000) {
+    const auto end = Steady::now() + std::chrono::milliseconds(milliseconds);
     while (!reached()) {
       if (Steady::now() > end) return false;
-      platform->messagePump().waitEvents();
+      turn();
     }
     return true;
   }
 
+  /// For what must not happen.
   void pumpFor(int milliseconds) {
     pumpUntil([] { return false; }, milliseconds);
   }
@@ -51,16 +60,156 @@ class PlatformTest : public testing::Test {
   /// How many waiting passes fit in some time: few, unless the pump burns the processor.
   int passesIn(int milliseconds) {
     int passes = 0;
-    pumpUntil(
-        [&] {
-          ++passes;
-          return false;
-        },
-        milliseconds);
+    pumpUntil([&] { return ++passes == 0; }, milliseconds);
     return passes;
   }
 
+  static Bytes pattern(std::size_t size) {
+    Bytes bytes(size);
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<std::uint8_t>(i * 31 + i / 256);
+    return bytes;
+  }
+
+  /// Whether a timer of this interval, switched on, ticks as often.
+  bool timerTicks(int interval, int wanted) {
+    const auto timer = platform->makeTimer();
+    timer->Interval(interval);
+    timer->onTimer([&] { --wanted; });
+    timer->Enabled(true);
+    return pumpUntil([&] { return wanted == 0; });
+  }
+
   std::unique_ptr<Platform> platform = Platform::create();
+  /// Gives the handlers their turn.
+  std::function<void()> turn = [this] { platform->messagePump().waitEvents(); };
+};
+
+/// To a port of this machine; waits where the platform's own sockets do not.
+inline OwnedSocket connectTo(std::int32_t port) {
+  in_addr here{};
+  here.s_addr = htonl(INADDR_LOOPBACK);
+  const sockaddr_in to = inetAddress(here, port);
+  OwnedSocket socket(::socket(AF_INET, SOCK_STREAM, 0));
+  EXPECT_EQ(::connect(socket.get(), generic(&to), sizeof to), 0);
+  return socket;
+}
+
+/// A line of this machine whose far end the test holds.
+std::unique_ptr<SerialLineEnd> makeTestLine(Platform& platform);
+/// Of the environment.
+void setVariable(const char* name, const std::string& value);
+
+class SerialTest : public PlatformTest {
+ protected:
+  SerialTest() {
+    platform->mapCommPort(1, line->path());
+    port->configure({.InputMode = 1, .RThreshold = 1, .DTREnable = true, .RTSEnable = true});
+    port->onComm([this] { ++events; });
+    line->onReceive([this](std::span<const std::uint8_t> bytes, const LineSettings&) {
+      fromPc.insert(fromPc.end(), bytes.begin(), bytes.end());
+    });
+  }
+
+  void open() {
+    port->PortOpen(true);
+    pumpUntil([&] { return line->settings().speed != 0; });
+  }
+  std::string openError(const std::string& path = {}) {
+    if (!path.empty()) platform->mapCommPort(1, path);
+    return raisedBy([&] { port->PortOpen(true); });
+  }
+  static std::string inTemp(const std::string& name) {
+    return (std::filesystem::temp_directory_path() /
+            (name + std::to_string(Steady::now().time_since_epoch().count())))
+        .string();
+  }
+
+  std::unique_ptr<SerialLineEnd> line = makeTestLine(*platform);
+  std::unique_ptr<SerialPort> port = platform->makeSerialPort();
+  Bytes fromPc;
+  int events = 0;
+};
+
+/// Elements 0 (which listens and accepts) and 1 (which connects to it) of one array. Keeps what
+/// they tell, and does what a test asks for meanwhile.
+class SocketTest : public PlatformTest, protected SocketEvents {
+ protected:
+  SocketTest() {
+    sockets->setEvents(this);
+    sockets->load(1);
+    for (std::int16_t i = 0; i < 2; ++i) sockets->at(i).LocalPort(0);
+  }
+
+  void ConnectionRequest(std::int16_t Index, std::int32_t requestID) override {
+    add("request", Index);
+    onRequest(Index, requestID);
+  }
+  void DataArrival(std::int16_t Index, std::int32_t bytesTotal) override {
+    onData(Index, bytesTotal);
+  }
+  void Error(std::int16_t Index, std::int16_t Number, std::u16string& Description, std::int32_t,
+             const std::u16string&, const std::u16string&, std::int32_t, bool&) override {
+    errorText = toUtf8(Description);
+    add("error " + std::to_string(Number), Index);
+  }
+  void Connect(std::int16_t Index) override { add("connect", Index); }
+  void Close(std::int16_t Index) override { add("close", Index); }
+  void SendComplete(std::int16_t) override { ++completed; }
+  void SendProgress(std::int16_t, std::int32_t bytesSent, std::int32_t) override {
+    progress += bytesSent;
+  }
+  void add(const std::string& what, std::int16_t index) {
+    log.push_back(what + " " + std::to_string(index));
+  }
+
+  void take(std::int16_t index) {
+    const Bytes part = sockets->at(index).GetData();
+    received.insert(received.end(), part.begin(), part.end());
+  }
+  bool receives(const Bytes& bytes) {
+    return pumpUntil([&] { return received.size() >= bytes.size(); }) && received == bytes;
+  }
+  bool reaches(Socket& socket, std::int16_t state) {
+    return pumpUntil([&] { return socket.State() >= state; }) && socket.State() == state;
+  }
+  Socket& server() { return sockets->at(0); }
+  Socket& client() { return sockets->at(1); }
+  void beginConnecting(const std::u16string& host = u"127.0.0.1") {
+    server().Listen();
+    client().RemotePort(server().LocalPort());
+    client().Connect(host);
+  }
+  void connectBoth() {
+    beginConnecting();
+    EXPECT_TRUE(reaches(client(), sckConnected));
+    EXPECT_TRUE(reaches(server(), sckConnected));
+  }
+  void closeBoth() {
+    server().Close();
+    client().Close();
+  }
+  /// Takes what comes, but not before a first attempt has failed.
+  void throwOnce() {
+    onData = [this, thrown = false](std::int16_t index, auto) mutable {
+      if (!std::exchange(thrown, true)) throw std::runtime_error("from the handler");
+      take(index);
+    };
+  }
+
+  std::function<void(std::int16_t, std::int32_t)> onData = [this](std::int16_t index, auto) {
+    take(index);
+  };
+  std::function<void(std::int16_t, std::int32_t)> onRequest = [this](std::int16_t index, auto id) {
+    sockets->at(index).Close();
+    platform->messagePump().DoEvents();
+    sockets->at(index).Accept(id);
+  };
+  std::vector<std::string> log;
+  std::string errorText;
+  int completed = 0;
+  std::int64_t progress = 0;
+  Bytes received;
+  std::unique_ptr<SocketArray> sockets = platform->makeSocketArray();
 };
 
 }  // namespace cronvel

@@ -1,5 +1,4 @@
 #include <ctime>
-#include <stdexcept>
 
 #include "tests/platform/PlatformTest.h"
 
@@ -8,69 +7,53 @@ namespace {
 
 class TimerTest : public PlatformTest {
  protected:
+  void start(int interval, const std::function<void()>& handler) {
+    timer->Interval(interval);
+    timer->onTimer(handler);
+    timer->Enabled(true);
+  }
+
   std::unique_ptr<Timer> timer = platform->makeTimer();
   int ticks = 0;
 };
 
-TEST_F(TimerTest, TicksOnlyWhileEnabled) {
-  timer->Interval(5);
+TEST_F(TimerTest, TicksOnlyWhileEnabledAndItsHandlerMaySwitchIt) {
   timer->onTimer([&] { ++ticks; });
-  pumpFor(15);
+  pumpFor(10);
   EXPECT_EQ(ticks, 0);
-  timer->Enabled(true);
+  start(5, [&] { ++ticks; });
   EXPECT_TRUE(pumpUntil([&] { return ticks == 3; }));
-  timer->Enabled(false);
+  start(2, [&] {
+    timer->Enabled(false);
+    if (++ticks == 4) timer->Enabled(true);
+  });
+  EXPECT_TRUE(pumpUntil([&] { return ticks == 5; }));
   pumpFor(15);
+  EXPECT_EQ(ticks, 5);
+}
+
+TEST_F(TimerTest, ItsHandlerIsNeverNestedAndMayThrowOrDestroyIt) {
+  int depth = 0;
+  start(1, [&] {
+    EXPECT_EQ(++depth, 1);
+    pumpFor(10);
+    --depth;
+    if (++ticks == 2) throw std::runtime_error("from the handler");
+    if (ticks == 3) timer.reset();
+  });
+  platform->clock().sleep(20);
+  platform->messagePump().DoEvents();
+  EXPECT_EQ(ticks, 1);  // missed ones are one
+  EXPECT_THROW(pumpUntil([&] { return !timer; }), std::runtime_error);
+  EXPECT_TRUE(pumpUntil([&] { return !timer; }));
   EXPECT_EQ(ticks, 3);
 }
 
-TEST_F(TimerTest, ItsHandlerMaySwitchItOffAndOn) {
-  timer->Interval(2);
-  timer->onTimer([&] {
-    timer->Enabled(false);
-    if (++ticks == 1) timer->Enabled(true);
-  });
-  timer->Enabled(true);
-  pumpFor(20);
-  EXPECT_EQ(ticks, 2);
-}
-
-TEST_F(TimerTest, ItsHandlerIsNeverNestedAndMissedTicksAreOne) {
-  int depth = 0, deepest = 0;
-  timer->Interval(1);
-  timer->onTimer([&] {
-    deepest = std::max(deepest, ++depth);
-    ++ticks;
-    pumpFor(10);
-    --depth;
-  });
-  timer->Enabled(true);
-  platform->clock().sleep(20);
-  platform->messagePump().DoEvents();
-  EXPECT_EQ(ticks, 1);
-  EXPECT_TRUE(pumpUntil([&] { return ticks == 3; }));
-  EXPECT_EQ(deepest, 1);
-}
-
-TEST_F(TimerTest, ItsHandlerMayDestroyItOrThrow) {
-  auto doomed = platform->makeTimer();
-  doomed->onTimer([&] { doomed.reset(); });
-  doomed->Enabled(true);
-  EXPECT_TRUE(pumpUntil([&] { return !doomed; }));
-
-  timer->onTimer([&] {
-    if (++ticks == 1) throw std::runtime_error("from the handler");
-  });
-  timer->Enabled(true);
-  EXPECT_THROW(pumpFor(1000), std::runtime_error);
-  EXPECT_TRUE(pumpUntil([&] { return ticks == 2; }));
-}
-
 TEST_F(TimerTest, TheClockIsTheLocalTimeOfDay) {
-  const double seconds = platform->clock().Timer();
   const std::time_t now = std::time(nullptr);
   const std::tm& local = *std::localtime(&now);
-  EXPECT_NEAR(seconds, (local.tm_hour * 60 + local.tm_min) * 60 + local.tm_sec, 2);
+  EXPECT_NEAR(platform->clock().Timer(), (local.tm_hour * 60 + local.tm_min) * 60 + local.tm_sec,
+              2);
 }
 
 }  // namespace

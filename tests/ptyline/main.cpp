@@ -8,7 +8,7 @@
 #include <map>
 
 #include "platform/Platform.h"
-#include "tests/ptyline/Frame.h"
+#include "tests/ptyline/LineReport.h"
 
 namespace cronvel {
 namespace {
@@ -19,80 +19,61 @@ class LineKeeper : public SocketEvents {
     mSockets->setEvents(this);
     mSockets->at(0).LocalPort(0);
     mSockets->at(0).Listen();
+    std::cout << mSockets->at(0).LocalPort() << std::endl;
   }
-  std::int32_t port() { return mSockets->at(0).LocalPort(); }
   void run() {
     pollfd input{0, POLLIN, 0};
     while (poll(&input, 1, 0) == 0) {
       mPlatform->messagePump().waitEvents();
-      dropEnded();
+      std::erase_if(mLines, [this](const auto& line) {
+        return mSockets->at(line.first).State() != sckConnected;
+      });
     }
   }
 
  private:
-  struct Connection {
-    std::unique_ptr<SerialLineEnd> line;
-    Bytes received;
-    bool ended = false;
-  };
-
   void ConnectionRequest(std::int16_t, std::int32_t requestID) override {
-    const std::int16_t index = mNext++;
+    const auto index = static_cast<std::int16_t>(mSockets->upperBound() + 1);
     mSockets->load(index);
-    mSockets->at(index).Accept(requestID);
-    auto line = mPlatform->makeSerialLineEnd("");
-    line->onReceive([this, index](std::span<const std::uint8_t> bytes, const LineSettings& is) {
-      say(index, Frame::received, Frame::withSettings(is, bytes));
-    });
-    const std::string path = line->path();
-    mConnections[index].line = std::move(line);
-    say(index, Frame::path, Bytes(path.begin(), path.end()));
+    Socket& test = mSockets->at(index);
+    test.Accept(requestID);
+    auto& end = mLines[index].first;
+    end = mPlatform->makeSerialLineEnd("");
+    const auto report = [&test](std::span<const std::uint8_t> bytes, const LineSettings& settings) {
+      for (const std::uint8_t byte : bytes) say(test, {settings, byte});
+    };
+    const std::string path = end->path();
+    report(Bytes(path.begin(), path.end()), {});
+    say(test, {});
+    end->onReceive(report);
   }
 
   void DataArrival(std::int16_t index, std::int32_t) override {
-    Connection& connection = mConnections.at(index);
-    const Bytes bytes = mSockets->at(index).GetData();
-    connection.received.insert(connection.received.end(), bytes.begin(), bytes.end());
-    while (const auto frame = Frame::takeFrom(connection.received)) {
-      if (frame->kind == Frame::send)
-        connection.line->send(frame->content);
+    auto& [end, order] = mLines.at(index);
+    Socket& test = mSockets->at(index);
+    for (const std::uint8_t byte : test.GetData()) {
+      order.push_back(byte);
+      if (order.size() < 2) continue;
+      if (order[0] != 0)
+        end->send(Bytes{byte});
       else
-        say(index, Frame::settings, Frame::withSettings(connection.line->settings(), {}));
+        say(test, {end->settings()});
+      order.clear();
     }
   }
 
-  void say(std::int16_t index, char kind, const Bytes& content) {
-    if (mSockets->at(index).State() == sckConnected)
-      mSockets->at(index).SendData(Frame{kind, content}.encoded());
-  }
-
-  void Close(std::int16_t index) override { mConnections.at(index).ended = true; }
-  void Error(std::int16_t index, std::int16_t, std::u16string&, std::int32_t, const std::u16string&,
-             const std::u16string&, std::int32_t, bool&) override {
-    mConnections.at(index).ended = true;
-  }
-  void Connect(std::int16_t) override {}
-  void SendComplete(std::int16_t) override {}
-  void SendProgress(std::int16_t, std::int32_t, std::int32_t) override {}
-
-  void dropEnded() {
-    std::erase_if(mConnections, [this](const auto& entry) {
-      if (entry.second.ended) mSockets->unload(entry.first);
-      return entry.second.ended;
-    });
+  static void say(Socket& test, const LineReport& report) {
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(&report);
+    if (test.State() == sckConnected) test.SendData({bytes, sizeof report});
   }
 
   std::unique_ptr<Platform> mPlatform = Platform::createUntraced();
   std::unique_ptr<SocketArray> mSockets = mPlatform->makeSocketArray();
-  std::map<std::int16_t, Connection> mConnections;
-  std::int16_t mNext = 1;
+  /// Each with as much of an order as came.
+  std::map<std::int16_t, std::pair<std::unique_ptr<SerialLineEnd>, Bytes>> mLines;
 };
 
 }  // namespace
 }  // namespace cronvel
 
-int main() {
-  cronvel::LineKeeper keeper;
-  std::cout << keeper.port() << std::endl;
-  keeper.run();
-}
+int main() { cronvel::LineKeeper().run(); }

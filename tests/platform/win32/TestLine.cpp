@@ -1,9 +1,7 @@
 #include <cstdlib>
-#include <vector>
 
-#include "platform/sockets/Inet.h"
-#include "tests/platform/SerialTest.h"
-#include "tests/ptyline/Frame.h"
+#include "tests/platform/PlatformTest.h"
+#include "tests/ptyline/LineReport.h"
 
 namespace cronvel {
 
@@ -13,17 +11,9 @@ namespace {
 class KeptLine : public SerialLineEnd {
  public:
   explicit KeptLine(Platform& platform) : mTimer(platform.makeTimer()) {
-    const char* port = std::getenv("CRONVEL_PTY_LINE");
-    if (port == nullptr) throw std::runtime_error("CRONVEL_PTY_LINE does not name pty-line's port");
-    in_addr here{};
-    here.s_addr = htonl(INADDR_LOOPBACK);
-    const sockaddr_in address = inetAddress(here, std::atoi(port));
-    if (::connect(mSocket.get(), generic(&address), sizeof address) != 0)
-      throw std::runtime_error("pty-line does not listen");
     setOption(mSocket.get(), IPPROTO_TCP, TCP_NODELAY, 1);
-    const Frame path = waitFor(Frame::path);
-    mPath = "Z:";
-    for (const std::uint8_t c : path.content) mPath += c == '/' ? '\\' : static_cast<char>(c);
+    for (LineReport c = next(); c.byte >= 0; c = next())
+      mPath += c.byte == '/' ? '\\' : static_cast<char>(c.byte);
     mTimer->Interval(2);
     mTimer->onTimer([this] { service(); });
     mTimer->Enabled(true);
@@ -31,11 +21,17 @@ class KeptLine : public SerialLineEnd {
 
   std::string path() const override { return mPath; }
   LineSettings settings() const override {
-    say({Frame::ask, {}});
-    return waitFor(Frame::settings).settingsInside();
+    say({0, 0});
+    for (;;) {
+      const LineReport report = next();
+      if (report.byte < 0) return report.settings;
+      mCame.push_back(report);
+    }
   }
   void send(std::span<const std::uint8_t> bytes) override {
-    say({Frame::send, Bytes(bytes.begin(), bytes.end())});
+    Bytes orders;
+    for (const std::uint8_t byte : bytes) orders.insert(orders.end(), {1, byte});
+    say(orders);
   }
   void onReceive(
       std::function<void(std::span<const std::uint8_t>, const LineSettings&)> handler) override {
@@ -43,48 +39,30 @@ class KeptLine : public SerialLineEnd {
   }
 
  private:
-  void say(const Frame& frame) const {
-    const Bytes bytes = frame.encoded();
-    std::span<const std::uint8_t> left(bytes);
-    while (!left.empty()) {
-      const auto count = sendSome(mSocket.get(), left);
-      if (count < 0) throw std::runtime_error("pty-line is gone");
-      left = left.subspan(static_cast<std::size_t>(count));
-    }
+  void say(const Bytes& orders) const {
+    if (sendSome(mSocket.get(), orders) != std::ssize(orders))
+      throw std::runtime_error("pty-line is gone");
   }
 
-  /// Keeps what else comes meanwhile.
-  Frame waitFor(char kind) const {
-    for (;;) {
-      read();
-      for (auto frame = mFrames.begin(); frame != mFrames.end(); ++frame) {
-        if (frame->kind != kind) continue;
-        Frame found = std::move(*frame);
-        mFrames.erase(frame);
-        return found;
-      }
-    }
-  }
-
-  void read() const {
-    Bytes block(65536);
-    const auto count = receiveSome(mSocket.get(), block);
-    if (count <= 0) throw std::runtime_error("pty-line is gone");
-    mReceived.insert(mReceived.end(), block.begin(), block.begin() + count);
-    while (auto frame = Frame::takeFrom(mReceived)) mFrames.push_back(std::move(*frame));
+  /// Waits for it.
+  LineReport next() const {
+    LineReport report;
+    const int size = sizeof report;
+    if (::recv(mSocket.get(), reinterpret_cast<char*>(&report), size, MSG_WAITALL) != size)
+      throw std::runtime_error("pty-line is gone");
+    return report;
   }
 
   void service() {
-    if (unreadInside(mSocket.get())) read();
-    for (const Frame& frame : std::exchange(mFrames, {}))
-      if (mHandler) mHandler(frame.bytesInside(), frame.settingsInside());
+    while (unreadInside(mSocket.get())) mCame.push_back(next());
+    for (const auto& [settings, byte] : std::exchange(mCame, {}))
+      if (mHandler) mHandler(Bytes{static_cast<std::uint8_t>(byte)}, settings);
   }
 
   SocketLibrary mLibrary;
-  OwnedSocket mSocket{::socket(AF_INET, SOCK_STREAM, 0)};
-  std::string mPath;
-  mutable Bytes mReceived;
-  mutable std::vector<Frame> mFrames;
+  OwnedSocket mSocket = connectTo(std::atoi(std::getenv("CRONVEL_PTY_LINE")));
+  std::string mPath = "Z:";
+  mutable std::vector<LineReport> mCame;
   std::function<void(std::span<const std::uint8_t>, const LineSettings&)> mHandler;
   std::unique_ptr<Timer> mTimer;
 };

@@ -1,11 +1,11 @@
-#include "examples/scripthost/ScriptValues.h"
+#include "scripthost/ScriptValues.h"
 
 #include <climits>
 #include <cstddef>
 #include <cstring>
 #include <vector>
 
-#include "examples/scripthost/ScriptObject.h"
+#include "scripthost/ScriptObject.h"
 
 namespace cronvel::scripthost {
 

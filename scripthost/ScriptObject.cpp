@@ -1,4 +1,4 @@
-#include "examples/scripthost/ScriptObject.h"
+#include "scripthost/ScriptObject.h"
 
 #include <cwchar>
 #include <new>

@@ -1,10 +1,10 @@
-#include "examples/scripthost/WScriptObject.h"
+#include "scripthost/WScriptObject.h"
 
 #include <wrl/client.h>
 
 #include <utility>
 
-#include "examples/scripthost/ScriptHost.h"
+#include "scripthost/ScriptHost.h"
 
 namespace cronvel::scripthost {
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "examples/scripthost/EventSink.h"
+#include "scripthost/EventSink.h"
 
 namespace cronvel::scripthost {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "examples/scripthost/ScriptObject.h"
+#include "scripthost/ScriptObject.h"
 
 namespace cronvel::scripthost {
 

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "examples/scripthost/ScriptValues.h"
+#include "scripthost/ScriptValues.h"
 
 namespace cronvel::scripthost {
 

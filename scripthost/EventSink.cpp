@@ -1,12 +1,12 @@
-#include "examples/scripthost/EventSink.h"
+#include "scripthost/EventSink.h"
 
 #include <cstddef>
 #include <iterator>
 #include <utility>
 #include <vector>
 
-#include "examples/scripthost/ScriptHost.h"
-#include "examples/scripthost/ScriptObject.h"
+#include "scripthost/ScriptHost.h"
+#include "scripthost/ScriptObject.h"
 
 namespace cronvel::scripthost {
 

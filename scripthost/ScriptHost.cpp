@@ -1,10 +1,10 @@
-#include "examples/scripthost/ScriptHost.h"
+#include "scripthost/ScriptHost.h"
 
 #include <cwchar>
 #include <utility>
 
-#include "examples/scripthost/ScriptObject.h"
-#include "examples/scripthost/WScriptObject.h"
+#include "scripthost/ScriptObject.h"
+#include "scripthost/WScriptObject.h"
 
 namespace cronvel::scripthost {
 

@@ -17,8 +17,8 @@
 #include <thread>
 #include <vector>
 
-#include "examples/scripthost/ScriptHost.h"
-#include "examples/scripthost/ScriptObject.h"
+#include "scripthost/ScriptHost.h"
+#include "scripthost/ScriptObject.h"
 
 namespace {
 

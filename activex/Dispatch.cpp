@@ -10,7 +10,7 @@ IUnknown* Dispatch::find(REFIID iid) {
   return nullptr;
 }
 
-HRESULT Dispatch::call(const std::function<void(Cronvel&)>& body) {
+HRESULT MemberCalls::call(const std::function<void(Cronvel&)>& body) {
   const ControlObject::Busy busy(mControl);
   return guarded([&] { body(mControl.core()); });
 }

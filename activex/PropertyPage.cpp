@@ -4,6 +4,7 @@
 #include <array>
 #include <string>
 
+#include "activex/InterfaceProperty.h"
 #include "activex/Site.h"
 #include "activex/Values.h"
 #include "activex/resource.h"
@@ -171,9 +172,9 @@ void PropertyPage::showValues() {
     DISPPARAMS none{};
     OwnedVariant value;
     HWND window = GetDlgItem(mDialog, field.id);
-    const HRESULT got =
-        mObjects.front()->Invoke(propertyId(field.property), IID_NULL, LOCALE_USER_DEFAULT,
-                                 DISPATCH_PROPERTYGET, &none, &value, nullptr, nullptr);
+    const HRESULT got = mObjects.front()->Invoke(interfaceProperty(field.property)->id, IID_NULL,
+                                                 LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &none,
+                                                 &value, nullptr, nullptr);
     if (SUCCEEDED(got) && field.kind == Kind::flag)
       SendMessageW(window, BM_SETCHECK, value->boolVal ? BST_CHECKED : BST_UNCHECKED, 0);
     else if (SUCCEEDED(got) && SUCCEEDED(VariantChangeType(&value, &value, 0, VT_BSTR)))
@@ -218,7 +219,7 @@ HRESULT PropertyPage::applyField(int id) {
   for (const auto& object : mObjects) {
     OwnedException exception;
     const HRESULT done =
-        object->Invoke(propertyId(field.property), IID_NULL, LOCALE_USER_DEFAULT,
+        object->Invoke(interfaceProperty(field.property)->id, IID_NULL, LOCALE_USER_DEFAULT,
                        DISPATCH_PROPERTYPUT, &parameters, nullptr, &exception, nullptr);
     if (FAILED(done)) {
       showError(id, done, exception);

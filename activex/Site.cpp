@@ -1,35 +1,9 @@
 #include "activex/Site.h"
 
-#include <algorithm>
-#include <array>
-#include <utility>
-
 #include "activex/ControlObject.h"
+#include "activex/InterfaceProperty.h"
 
 namespace cronvel::activex {
-
-DISPID propertyId(std::string_view key) {
-  static constexpr std::array<std::pair<std::string_view, DISPID>, 15> ids = {{
-      {"Enabled", DISPID_ENABLED},
-      {"CommPort", 1},
-      {"ReaderOn", 2},
-      {"MonitoringON", 3},
-      {"IdLen", 4},
-      {"DialupConnection", 5},
-      {"TelNum", 6},
-      {"BPS", 7},
-      {"DeviceNum", 8},
-      {"NumOfRecs", 9},
-      {"DamagedRecs", 10},
-      {"WinSockProtocol", 11},
-      {"WinSockLocalPort", 12},
-      {"WinSockRemotePort", 13},
-      {"WinSockRemoteHost", 14},
-  }};
-  const auto found =
-      std::find_if(ids.begin(), ids.end(), [key](const auto& id) { return id.first == key; });
-  return found == ids.end() ? DISPID_UNKNOWN : found->second;
-}
 
 std::optional<bool> ambientFlag(IDispatch& ambients, DISPID property) {
   DISPPARAMS none{};
@@ -53,7 +27,8 @@ bool Site::UserMode() const {
 
 void Site::PropertyChanged(std::string_view key) {
   mDirty = true;
-  mControl.events().propertyChanged(propertyId(key));
+  const InterfaceProperty* const property = interfaceProperty(key);
+  mControl.events().propertyChanged(property == nullptr ? DISPID_UNKNOWN : property->id);
   mControl.view().changed();
 }
 

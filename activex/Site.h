@@ -10,9 +10,6 @@ namespace cronvel::activex {
 
 class ControlObject;
 
-/// The DISPID of a persisted or socket property by its key, for example "CommPort".
-DISPID propertyId(std::string_view key);
-
 /// An ambient property of a container; none where it does not tell.
 std::optional<bool> ambientFlag(IDispatch& ambients, DISPID property);
 

@@ -72,5 +72,20 @@ wine_run() {
   return "$code"
 }
 
+# report NAME WRONG [LOG]: a PASS line, or what is wrong with the head of the log; counts `failures`.
+failures=0
+report() {
+  if [ -z "$2" ]; then
+    echo "PASS $1"
+    return
+  fi
+  echo "FAIL $1: $2"
+  failures=$((failures + 1))
+  [ -z "${3:-}" ] || head -n 20 "$3" | sed 's/^/     /'
+}
+
+# windows_path PATH: as Windows programs have it.
+windows_path() { printf 'Z:%s' "${1//\//\\}"; }
+
 # run_in_bed COMMAND...: where 32-bit programs run too; status 77 when there is no such place.
 run_in_bed() { "$root/scripts/wine32-bed" "$@"; }

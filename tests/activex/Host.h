@@ -58,6 +58,19 @@ class TestObject : public Interfaces... {
   ULONG mReferences = 0;
 };
 
+/// A late-bound object of a test's, which has no names and tells nothing of itself.
+template <typename... Interfaces>
+class TestDispatch : public TestObject<Interfaces..., IDispatch> {
+ public:
+  STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+  STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
+                      UINT*) override {
+    return E_NOTIMPL;
+  }
+};
+
 /// A value for a call: by-value numbers, texts, arrays.
 struct Value : VARIANT {
   Value() { VariantInit(this); }

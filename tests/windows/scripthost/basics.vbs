@@ -24,7 +24,7 @@ WScript.Echo WScript.ScriptName
 If Right(WScript.ScriptFullName, 11) <> "\basics.vbs" Then WScript.Echo WScript.ScriptFullName
 before = Timer
 WScript.Sleep 200
-If Timer - before < 0.19 Or Timer - before > 2 Then WScript.Echo "slept", Timer - before
+If Timer - before < 0.19 Then WScript.Echo "slept", Timer - before
 Set dictionary = WScript.CreateObject("Scripting.Dictionary")
 dictionary.Add "کلید", 5
 WScript.Echo dictionary.Count, dictionary("کلید")

@@ -1,8 +1,13 @@
-'! event-argument.vbs(0, 0): Source_Change: argument 4 cannot take *: Overflow (0x8002000A)
+'$ PORT
+'! event-argument.vbs(0, 0): Control_WinSockError: argument 7 cannot take *: Type mismatch (0x80020005)
 '= 2
-Sub Source_Change(number, yes, text, octet, any)
-  octet = 300
+Sub Control_WinSockError(number, text, code, source, file, context, cancel)
+  cancel = "perhaps"
 End Sub
-Set source = WScript.CreateObject("Cronvel.TestSource", "Source_")
-source.Change
+Set control = WScript.CreateObject("CronvelOCX.Cronvel", "Control_")
+control.WinSockRemoteHost = "127.0.0.1"
+control.WinSockRemotePort = WScript.Arguments(0)
+control.SetWinSockUDPMode 0
+control.WinSockConnect 0
+WScript.Sleep 50000
 WScript.Echo "not reached"

@@ -1,14 +1,13 @@
-'> tick
+'> state
 '! event-error.vbs(7, 3): *: Type mismatch (0x800A000D)
 '= 2
-Sub Source_Tick(number)
+Sub Control_WinSockCurrentState(number)
   Dim x
-  WScript.Echo "tick"
+  WScript.Echo "state"
   x = CLng("x")
   WScript.Echo "not reached"
 End Sub
-Set source = WScript.CreateObject("Cronvel.TestSource", "Source_")
-source.Start 10, 5
+Set control = WScript.CreateObject("CronvelOCX.Cronvel", "Control_")
 On Error Resume Next
-WScript.Sleep 500
+WScript.Sleep 50000
 WScript.Echo "not reached"

@@ -1,71 +1,66 @@
-'> Change 41 0 پیش 7 2.5
-'> 0 42 -1 پیشرفت 200 8204
-'> Data 2 3 2
-'> 0 17 10 20 30
-'> Data 2 3 2
-'> 0 17 10 20 30
-'> Data 2 3 -1
-'> 0 17 9 8
-'> Wide 4000000000 -5 2
-'> 0 8209
-'> silent: Change 41 0 پیش 7 2.5
-'> 0 42 -1 پیشرفت 200 8204
-'> 4321
-'> other 4
-'> 4321
-'> released
-'> released
+'$ PORT
+'> First 2 3 3 127.0.0.1
+'> Second 10 20 30 3 پیش 7 70000
+'> First 1 5 2 127.0.0.1
+'> Second 9 8
+'> Third 1
+'> nobody listens there any more
 '= 0
-' Every kind of argument there and back; events while the script sleeps.
+' Arguments of every kind there and back: the next procedure sees what the one before it wrote.
 Option Explicit
-Dim source, ticks
-Sub Source_Change(number, yes, text, octet, any)
-  WScript.Echo "Change", number, yes, text, octet, any
-  number = number + 1
-  yes = True
-  text = text & "رفت"
-  octet = "200"
-  any = Array(1, 2)
-End Sub
-Sub Source_Data(given, changed)
-  Dim i
-  WScript.Echo "Data", UBound(given), given(2), UBound(changed)
-  If UBound(changed) < 0 Then
-    changed = Array(9, 8)
-  Else
-    For i = 0 To UBound(changed)
-      changed(i) = changed(i) * 10
-    Next
+Dim control, peer, seen, arrived
+Sub First_WinSockDataReceived(bytes, count, host, address, loops, calls)
+  WScript.Echo "First", UBound(bytes), bytes(UBound(bytes)), count, address
+  seen = seen + 1
+  If seen = 2 Then
+    bytes = Array(9, "8")
+    Exit Sub
   End If
+  bytes(0) = 10
+  bytes(1) = "20"
+  bytes(2) = bytes(2) * 10
+  host = "پیش"
+  loops = "7"
+  calls = 70000
 End Sub
-Sub Source_Wide(large, little, any)
-  WScript.Echo "Wide", large, little, any(1)
+Sub SECOND_winsockdatareceived(bytes, count, host, address, loops, calls)
+  If seen = 1 Then
+    WScript.Echo "Second", bytes(0), bytes(1), bytes(2), count, host, loops, calls
+  Else
+    WScript.Echo "Second", bytes(0), bytes(1)
+    WScript.DisconnectObject control
+  End If
+  arrived = True
 End Sub
-Sub SOURCE_tick(number)
-  ticks = ticks & number
+Sub Third_WinSockDataReceived(bytes, count, host, address, loops, calls)
+  WScript.Echo "Third", count
+  arrived = True
+End Sub
+Sub Send(bytes)
+  arrived = False
+  peer.WinSockSendData 0, bytes
+  Do Until arrived
+    WScript.Sleep 10
+  Loop
 End Sub
 
-Set source = WScript.CreateObject("Cronvel.TestSource", "Source_")
-WScript.Echo source.Change
-WScript.Echo source.Data(0)
-WScript.Echo source.Data(1)
-WScript.Echo source.Data(2)
-WScript.Echo source.Wide
-' This one is known by its type library only.
-Set source = CreateObject("Cronvel.TestSource.Silent")
-WScript.ConnectObject source, "Source_"
-WScript.StdOut.Write "silent: "
-WScript.Echo source.Change
-source.Start 20, 4
-WScript.Sleep 300
-WScript.Echo ticks
-
-Sub Other_Tick(number)
-  WScript.Echo "other", number
-  WScript.DisconnectObject source
-End Sub
-WScript.DisconnectObject source
-WScript.ConnectObject source, "Other_"
-source.Start 20, 4
-WScript.Sleep 300
-WScript.Echo ticks
+Set control = WScript.CreateObject("CronvelOCX.Cronvel", "First_")
+WScript.ConnectObject control, "Second_"
+control.SetWinSockLocalPort 0, WScript.Arguments(0)
+control.WinSockListen 0
+Set peer = CreateObject("CronvelOCX.Cronvel")
+peer.WinSockRemoteHost = "127.0.0.1"
+peer.WinSockRemotePort = WScript.Arguments(0)
+peer.SetWinSockUDPMode 0
+peer.WinSockConnect 0
+Send Array(1, 2, 3)
+Send Array(4, 5)
+WScript.ConnectObject control, "Third_"
+Send Array(6)
+WScript.DisconnectObject control
+Set control = Nothing
+' It has gone with its connection, so its port is free.
+peer.WinSockClose 0
+peer.SetWinSockLocalPort 0, WScript.Arguments(0)
+peer.WinSockListen 0
+WScript.Echo "nobody listens there any more"

@@ -1,48 +1,21 @@
 #include "activex/PropertyPage.h"
 
 #include <algorithm>
-#include <array>
 #include <string>
 
 #include "activex/InterfaceProperty.h"
+#include "activex/PropertyForm.h"
 #include "activex/Site.h"
 #include "activex/Values.h"
-#include "activex/resource.h"
 
 namespace cronvel::activex {
 namespace {
 
-struct Field {
-  int id;
-  const char* property;
-  enum class Kind { text, flag } kind;
-  enum class Change { always, atRunTime, never } change;
-};
+using SetRule = PersistedProperty::SetRule;
 
-using Kind = Field::Kind;
-using Change = Field::Change;
-constexpr std::array<Field, 11> fields = {{
-    {IDC_COMMPORT, "CommPort", Kind::text, Change::always},
-    {IDC_DEVICENUM, "DeviceNum", Kind::text, Change::always},
-    {IDC_IDLEN, "IdLen", Kind::text, Change::always},
-    {IDC_BPS, "BPS", Kind::text, Change::atRunTime},
-    {IDC_DIALUP, "DialupConnection", Kind::flag, Change::always},
-    {IDC_TELNUM, "TelNum", Kind::text, Change::always},
-    {IDC_ENABLED, "Enabled", Kind::flag, Change::always},
-    {IDC_READERON, "ReaderOn", Kind::flag, Change::never},
-    {IDC_MONITORINGON, "MonitoringON", Kind::flag, Change::never},
-    {IDC_NUMOFRECS, "NumOfRecs", Kind::text, Change::always},
-    {IDC_DAMAGEDRECS, "DamagedRecs", Kind::text, Change::always},
-}};
-
-/// The speeds at which terminals stream their records.
-constexpr std::array speeds = {L"110",  L"150",  L"300",  L"600",  L"1200",
-                               L"2400", L"4800", L"9600", L"19200"};
-
-const Field* fieldOf(int id) {
-  const auto found =
-      std::find_if(fields.begin(), fields.end(), [id](const Field& f) { return f.id == id; });
-  return found == fields.end() ? nullptr : &*found;
+DISPID idOf(const PersistedProperty& property) {
+  const InterfaceProperty* const described = interfaceProperty(property.key);
+  return described == nullptr ? DISPID_UNKNOWN : described->id;
 }
 
 bool inRunMode(IDispatch& object) {
@@ -55,13 +28,6 @@ bool inRunMode(IDispatch& object) {
       FAILED(clientSite.As(&ambients)))
     return true;
   return ambientFlag(*ambients.Get(), DISPID_AMBIENT_USERMODE).value_or(true);
-}
-
-std::wstring textIn(HWND window) {
-  std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(window)) + 1, L'\0');
-  text.resize(
-      static_cast<std::size_t>(GetWindowTextW(window, text.data(), static_cast<int>(text.size()))));
-  return text;
 }
 
 }  // namespace
@@ -100,8 +66,7 @@ STDMETHODIMP PropertyPage::GetPageInfo(PROPPAGEINFO* info) {
   info->pszHelpFile = nullptr;
   info->dwHelpContext = 0;
   // Only a dialog that exists knows its size in pixels.
-  HWND dialog = CreateDialogParamW(module::instance(), MAKEINTRESOURCEW(IDD_PROPERTIES),
-                                   GetDesktopWindow(), nullptr, 0);
+  HWND dialog = createPropertyForm(GetDesktopWindow(), nullptr, 0);
   RECT area{0, 0, 400, 250};
   if (dialog != nullptr) {
     GetWindowRect(dialog, &area);
@@ -127,11 +92,8 @@ STDMETHODIMP PropertyPage::SetObjects(ULONG count, IUnknown** objects) {
 STDMETHODIMP PropertyPage::Activate(HWND parent, LPCRECT position, BOOL) {
   if (position == nullptr) return E_POINTER;
   if (mDialog != nullptr || mObjects.empty()) return E_UNEXPECTED;
-  mDialog = CreateDialogParamW(module::instance(), MAKEINTRESOURCEW(IDD_PROPERTIES), parent,
-                               dialogProcedure, reinterpret_cast<LPARAM>(this));
+  mDialog = createPropertyForm(parent, dialogProcedure, reinterpret_cast<LPARAM>(this));
   if (mDialog == nullptr) return HRESULT_FROM_WIN32(GetLastError());
-  for (const wchar_t* speed : speeds)
-    SendDlgItemMessageW(mDialog, IDC_BPS, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(speed));
   showValues();
   Move(position);
   ShowWindow(mDialog, SW_SHOWNA);
@@ -168,79 +130,66 @@ STDMETHODIMP PropertyPage::TranslateAccelerator(MSG* message) {
 void PropertyPage::showValues() {
   mShowing = true;
   const bool runMode = inRunMode(*mObjects.front().Get());
-  for (const Field& field : fields) {
+  for (const PersistedProperty& property : persistedProperties()) {
     DISPPARAMS none{};
     OwnedVariant value;
-    HWND window = GetDlgItem(mDialog, field.id);
-    const HRESULT got = mObjects.front()->Invoke(interfaceProperty(field.property)->id, IID_NULL,
-                                                 LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &none,
-                                                 &value, nullptr, nullptr);
-    if (SUCCEEDED(got) && field.kind == Kind::flag)
-      SendMessageW(window, BM_SETCHECK, value->boolVal ? BST_CHECKED : BST_UNCHECKED, 0);
-    else if (SUCCEEDED(got) && SUCCEEDED(VariantChangeType(&value, &value, 0, VT_BSTR)))
-      SetWindowTextW(window, value->bstrVal);
-    EnableWindow(window,
-                 field.change == Change::always || (field.change == Change::atRunTime && runMode));
+    HWND field = fieldOf(mDialog, property);
+    const HRESULT got =
+        mObjects.front()->Invoke(idOf(property), IID_NULL, LOCALE_USER_DEFAULT,
+                                 DISPATCH_PROPERTYGET, &none, &value, nullptr, nullptr);
+    if (SUCCEEDED(got)) showIn(field, property, *value);
+    EnableWindow(
+        field, property.rule == SetRule::always || (property.rule == SetRule::runMode && runMode));
   }
   mShowing = false;
   mChanged.clear();
 }
 
-void PropertyPage::noteChange(int field) {
+void PropertyPage::noteChange(const PersistedProperty& property) {
   if (mShowing) return;
-  if (std::find(mChanged.begin(), mChanged.end(), field) == mChanged.end())
-    mChanged.push_back(field);
+  if (std::ranges::find(mChanged, &property) == mChanged.end()) mChanged.push_back(&property);
   if (mSite) mSite->OnStatusChange(PROPPAGESTATUS_DIRTY | PROPPAGESTATUS_VALIDATE);
 }
 
 STDMETHODIMP PropertyPage::Apply() {
   while (!mChanged.empty()) {
-    const HRESULT done = applyField(mChanged.front());
+    const HRESULT done = apply(*mChanged.front());
     if (FAILED(done)) return done;  // the field that was refused stays changed
     mChanged.erase(mChanged.begin());
   }
   return S_OK;
 }
 
-HRESULT PropertyPage::applyField(int id) {
-  const Field& field = *fieldOf(id);
-  HWND window = GetDlgItem(mDialog, id);
+HRESULT PropertyPage::apply(const PersistedProperty& property) {
   OwnedVariant value;
-  if (field.kind == Kind::flag) {
-    value->vt = VT_BOOL;
-    value->boolVal =
-        SendMessageW(window, BM_GETCHECK, 0, 0) == BST_CHECKED ? VARIANT_TRUE : VARIANT_FALSE;
-  } else {
-    value->vt = VT_BSTR;
-    value->bstrVal = SysAllocString(textIn(window).c_str());
-  }
+  *value = shownIn(fieldOf(mDialog, property), property);
   DISPID put = DISPID_PROPERTYPUT;
   DISPPARAMS parameters{&value, &put, 1, 1};
   for (const auto& object : mObjects) {
     OwnedException exception;
     const HRESULT done =
-        object->Invoke(interfaceProperty(field.property)->id, IID_NULL, LOCALE_USER_DEFAULT,
-                       DISPATCH_PROPERTYPUT, &parameters, nullptr, &exception, nullptr);
+        object->Invoke(idOf(property), IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYPUT,
+                       &parameters, nullptr, &exception, nullptr);
     if (FAILED(done)) {
-      showError(id, done, exception);
+      showError(property, done, exception);
       return done;
     }
   }
   return S_OK;
 }
 
-void PropertyPage::showError(int field, HRESULT result, const EXCEPINFO& exception) const {
-  HWND window = GetDlgItem(mDialog, field);
-  const std::string name = fieldOf(field)->property;
-  std::wstring text(name.begin(), name.end());
+void PropertyPage::showError(const PersistedProperty& property, HRESULT result,
+                             const EXCEPINFO& exception) const {
+  HWND field = fieldOf(mDialog, property);
+  std::wstring text(property.key.begin(), property.key.end());
   if (exception.bstrDescription != nullptr)
     text += std::wstring(L": ") + exception.bstrDescription;
   else if (result == DISP_E_OVERFLOW)
-    text += L": " + textIn(window) + L" is out of range.";
+    text += L": " + textIn(field) + L" is out of range.";
   else
-    text += L": " + textIn(window) + L" is not a number.";
+    text += L": " + textIn(field) + L" is not a number.";
   MessageBoxW(mDialog, text.c_str(), L"Cronvel", MB_OK | MB_ICONEXCLAMATION);
-  SetFocus(window);
+  SetFocus(field);
 }
 
 INT_PTR CALLBACK PropertyPage::dialogProcedure(HWND dialog, UINT message, WPARAM wParam,
@@ -248,11 +197,11 @@ INT_PTR CALLBACK PropertyPage::dialogProcedure(HWND dialog, UINT message, WPARAM
   if (message == WM_INITDIALOG) SetWindowLongPtrW(dialog, GWLP_USERDATA, lParam);
   auto* const page = reinterpret_cast<PropertyPage*>(GetWindowLongPtrW(dialog, GWLP_USERDATA));
   if (message != WM_COMMAND || page == nullptr || page->mDialog == nullptr) return FALSE;
-  const Field* const field = fieldOf(LOWORD(wParam));
+  const PersistedProperty* const property = propertyOfField(LOWORD(wParam));
   const int happened = HIWORD(wParam);
   const bool changed = happened == EN_CHANGE || happened == CBN_EDITCHANGE ||
                        happened == CBN_SELCHANGE || happened == BN_CLICKED;
-  if (field != nullptr && changed) page->noteChange(field->id);
+  if (property != nullptr && changed) page->noteChange(*property);
   return FALSE;
 }
 

@@ -3,14 +3,15 @@
 #include <vector>
 
 #include "activex/Module.h"
+#include "control/PersistedProperties.h"
 
 namespace cronvel::activex {
 
 /// The property page for the persisted properties. Form designers show it for one or several
 /// controls at a time.
 ///
-/// What only runs with a terminal (`ReaderOn`, `MonitoringON`) is shown and not changed here; `BPS`
-/// can be changed where the control allows it, at run time.
+/// What talks to a terminal when it is set is shown and not changed here; what can only be set at
+/// run time can be changed then.
 class PropertyPage final : public IPropertyPage {
  public:
   PropertyPage() = default;
@@ -37,15 +38,16 @@ class PropertyPage final : public IPropertyPage {
  private:
   static INT_PTR CALLBACK dialogProcedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam);
   void showValues();
-  void noteChange(int field);
-  HRESULT applyField(int field);
-  void showError(int field, HRESULT result, const EXCEPINFO& exception) const;
+  void noteChange(const PersistedProperty& property);
+  HRESULT apply(const PersistedProperty& property);
+  void showError(const PersistedProperty& property, HRESULT result,
+                 const EXCEPINFO& exception) const;
 
   module::Lock mLock;
   ULONG mReferences = 1;
   HWND mDialog = nullptr;
-  bool mShowing = false;      ///< values are being filled in: not the user's changes
-  std::vector<int> mChanged;  ///< fields that the user changed
+  bool mShowing = false;  ///< values are being filled in: not the user's changes
+  std::vector<const PersistedProperty*> mChanged;  ///< whose fields the user changed
   ComPtr<IPropertyPageSite> mSite;
   std::vector<ComPtr<IDispatch>> mObjects;
 };

@@ -22,10 +22,7 @@ wine_begin() {
   # The server itself looks for a free display number and tells it.
   local told=$WINEPREFIX/display number=
   : >"$told"
-  # What the screen shows can be read from a file.
-  wine_screen=$WINEPREFIX/Xvfb_screen0
-  Xvfb -displayfd 3 -screen 0 1024x768x24 -fbdir "$WINEPREFIX" -nolisten tcp 3>"$told" \
-    >/dev/null 2>&1 &
+  Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$told" >/dev/null 2>&1 &
   wine_display=$!
   for _ in $(seq 100); do
     number=$(cat "$told")

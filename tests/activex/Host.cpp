@@ -1,7 +1,5 @@
 #include "tests/activex/Host.h"
 
-#include <chrono>
-
 namespace cronvel::activex::test {
 
 using DllGetClassObjectFunction = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, LPVOID*);
@@ -12,6 +10,12 @@ namespace {
 template <typename Function>
 Function exported(HMODULE module, const char* name) {
   return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
+
+std::wstring taken(BSTR text) {
+  const std::wstring copy(text, SysStringLen(text));
+  SysFreeString(text);
+  return copy;
 }
 
 }  // namespace
@@ -26,8 +30,7 @@ ControlTest::ControlTest() {
 
 ControlTest::~ControlTest() {
   control.Reset();
-  pumpUntil([&] { return canUnload(); }, 1000);  // an end that waits for the host's loop
-  EXPECT_TRUE(canUnload()) << "something of the control is left";
+  EXPECT_TRUE(pumpUntil([&] { return canUnload(); })) << "something of the control is left";
   FreeLibrary(module);
   EXPECT_EQ(GetModuleHandleW(L"Cronvel.ocx"), nullptr) << "the module does not unload";
   OleUninitialize();
@@ -36,12 +39,6 @@ ControlTest::~ControlTest() {
 HRESULT ControlTest::classFactory(REFCLSID clsid, IClassFactory** factory) const {
   return exported<DllGetClassObjectFunction>(module, "DllGetClassObject")(
       clsid, IID_IClassFactory, reinterpret_cast<void**>(factory));
-}
-
-HRESULT ControlTest::createClass(REFCLSID clsid, REFIID iid, void** object) const {
-  ComPtr<IClassFactory> factory;
-  const HRESULT found = classFactory(clsid, &factory);
-  return FAILED(found) ? found : factory->CreateInstance(nullptr, iid, object);
 }
 
 ComPtr<IUnknown> ControlTest::create(IUnknown* outer) const {
@@ -72,31 +69,26 @@ Outcome ControlTest::invoke(const wchar_t* name, WORD flags,
   EXCEPINFO exception{};
   outcome.result = dispatch->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,
                                     &outcome.value, &exception, nullptr);
-  if (outcome.result == DISP_E_EXCEPTION) {
-    outcome.result = exception.scode;
-    if (HRESULT_FACILITY(exception.scode) == FACILITY_CONTROL)
-      outcome.number = HRESULT_CODE(exception.scode);
-    if (exception.bstrDescription != nullptr) outcome.text = exception.bstrDescription;
-    if (exception.bstrSource != nullptr) outcome.source = exception.bstrSource;
-    SysFreeString(exception.bstrDescription);
-    SysFreeString(exception.bstrSource);
-    SysFreeString(exception.bstrHelpFile);
-  }
+  if (outcome.result != DISP_E_EXCEPTION) return outcome;
+  outcome.result = exception.scode;
+  if (HRESULT_FACILITY(exception.scode) == FACILITY_CONTROL)
+    outcome.number = HRESULT_CODE(exception.scode);
+  outcome.text = taken(exception.bstrDescription);
+  outcome.source = taken(exception.bstrSource);
+  SysFreeString(exception.bstrHelpFile);
   return outcome;
 }
 
 std::wstring ControlTest::text(const wchar_t* name) {
   Outcome outcome = get(name);
-  EXPECT_EQ(outcome.result, S_OK);
-  VariantChangeType(&outcome.value, &outcome.value, VARIANT_ALPHABOOL, VT_BSTR);
-  return outcome.value.bstrVal == nullptr ? L"" : outcome.value.bstrVal;
+  EXPECT_EQ(VariantChangeType(&outcome.value, &outcome.value, VARIANT_ALPHABOOL, VT_BSTR), S_OK);
+  return {outcome.value.bstrVal, SysStringLen(outcome.value.bstrVal)};
 }
 
-bool ControlTest::pumpUntil(const std::function<bool()>& reached, int milliseconds) {
-  using std::chrono::steady_clock;
-  const auto end = steady_clock::now() + std::chrono::milliseconds(milliseconds);
+bool ControlTest::pumpUntil(const std::function<bool()>& reached) {
+  const ULONGLONG end = GetTickCount64() + 30000;
   while (!reached()) {
-    if (steady_clock::now() > end) return false;
+    if (GetTickCount64() > end) return false;
     MsgWaitForMultipleObjectsEx(0, nullptr, 20, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
     MSG message{};
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != 0) {

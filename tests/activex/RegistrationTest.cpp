@@ -6,50 +6,42 @@
 namespace cronvel::activex::test {
 namespace {
 
-constexpr const wchar_t* classesPath = L"Software\\Classes";
-constexpr const wchar_t* classPath =
-    L"Software\\Classes\\CLSID\\{B80BE6BE-ADE7-4BDC-9FAE-125A508C6F10}";
-constexpr const wchar_t* libraryPath =
-    L"Software\\Classes\\TypeLib\\{CE3ABB34-5C38-4C0D-8265-70F934EBDE41}";
-constexpr const wchar_t* bits = sizeof(void*) == 8 ? L"win64" : L"win32";
+const std::wstring classes = L"Software\\Classes\\";
+const std::wstring classPath = classes + L"CLSID\\{B80BE6BE-ADE7-4BDC-9FAE-125A508C6F10}";
+const std::wstring libraryPath = classes + L"TypeLib\\{CE3ABB34-5C38-4C0D-8265-70F934EBDE41}";
 constexpr const wchar_t* otherBits = sizeof(void*) == 8 ? L"win32" : L"win64";
 
-/// Everything under a key: "path|name=value".
-void collect(HKEY root, const std::wstring& path, std::set<std::wstring>& found) {
+/// Everything under a key of the user's: "path" and "path|name=value".
+std::set<std::wstring> entries(const std::wstring& path = classes) {
+  std::set<std::wstring> found;
   HKEY key = nullptr;
-  if (RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return;
+  if (RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS)
+    return found;
   found.insert(path);
   wchar_t name[300], value[600];
-  for (DWORD i = 0;; ++i) {
-    DWORD nameSize = 300, valueSize = sizeof value, type = 0;
-    if (RegEnumValueW(key, i, name, &nameSize, nullptr, &type, reinterpret_cast<BYTE*>(value),
-                      &valueSize) != ERROR_SUCCESS)
-      break;
+  DWORD nameSize = 300, valueSize = sizeof value;
+  for (DWORD i = 0; RegEnumValueW(key, i, name, &nameSize, nullptr, nullptr,
+                                  reinterpret_cast<BYTE*>(value), &valueSize) == ERROR_SUCCESS;
+       ++i, nameSize = 300, valueSize = sizeof value)
     found.insert(path + L"|" + name + L"=" + value);
-  }
-  for (DWORD i = 0;; ++i) {
-    DWORD nameSize = 300;
-    if (RegEnumKeyExW(key, i, name, &nameSize, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
-      break;
-    collect(root, path + L"\\" + name, found);
-  }
+  for (DWORD i = 0; RegEnumKeyW(key, i, name, 300) == ERROR_SUCCESS; ++i)
+    found.merge(entries(path + (path == classes ? L"" : L"\\") + name));
   RegCloseKey(key);
+  return found;
 }
 
-std::wstring valueOf(const std::wstring& path, const wchar_t* name = L"") {
-  wchar_t value[600] = L"";
-  DWORD size = sizeof value;
-  RegGetValueW(HKEY_CURRENT_USER, path.c_str(), name, RRF_RT_REG_SZ, nullptr, value, &size);
-  return value;
+void createKey(const std::wstring& path, DWORD options) {
+  HKEY key = nullptr;
+  EXPECT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, options, KEY_ALL_ACCESS,
+                            nullptr, &key, nullptr),
+            ERROR_SUCCESS);
+  RegCloseKey(key);
 }
 
 /// The user's part of the registry, so that nothing of the machine's is touched.
 class RegistrationTest : public ControlTest {
  protected:
-  RegistrationTest() {
-    install(false);
-    before = entries();
-  }
+  RegistrationTest() : before((install(false), entries())) {}
   ~RegistrationTest() override { install(false); }
 
   HRESULT install(bool on, const wchar_t* forWhom = L"user") const {
@@ -57,26 +49,18 @@ class RegistrationTest : public ControlTest {
     return reinterpret_cast<Install>(reinterpret_cast<void*>(GetProcAddress(module, "DllInstall")))(
         on, forWhom);
   }
-  static std::set<std::wstring> entries() {
-    std::set<std::wstring> found;
-    collect(HKEY_CURRENT_USER, classesPath, found);
-    return found;
-  }
 
   std::set<std::wstring> before;
 };
 
 TEST_F(RegistrationTest, ItEntersAndRemovesEverything) {
   ASSERT_EQ(install(true), S_OK);
-  const std::wstring server = valueOf(std::wstring(classPath) + L"\\InprocServer32");
-  EXPECT_TRUE(server.ends_with(L"\\Cronvel.ocx")) << "names the file itself";
-  EXPECT_EQ(valueOf(std::wstring(classPath) + L"\\InprocServer32", L"ThreadingModel"),
-            L"Apartment");
-  EXPECT_EQ(valueOf(std::wstring(libraryPath) + L"\\1.0\\0\\" + bits), server);
-  EXPECT_EQ(valueOf(L"Software\\Classes\\CronvelOCX.Cronvel\\CLSID"),
-            L"{B80BE6BE-ADE7-4BDC-9FAE-125A508C6F10}");
-  EXPECT_EQ(valueOf(std::wstring(classPath) + L"\\MiscStatus\\1"), std::to_wstring(miscStatus));
+  const auto now = entries();
+  const std::wstring status = std::to_wstring(miscStatus);
+  EXPECT_TRUE(now.contains(classPath + L"\\InprocServer32|ThreadingModel=Apartment"));
+  EXPECT_TRUE(now.contains(classPath + L"\\MiscStatus\\1|=" + status));
   EXPECT_EQ(install(true), S_OK);  // once more is no error
+  EXPECT_EQ(entries(), now);
   EXPECT_EQ(install(false), S_OK);
   EXPECT_EQ(entries(), before);
   EXPECT_EQ(install(false), S_OK);
@@ -84,29 +68,21 @@ TEST_F(RegistrationTest, ItEntersAndRemovesEverything) {
 }
 
 TEST_F(RegistrationTest, AFailureOnTheWayLeavesTheRegistryAsItWas) {
-  // Nothing lasting can be put into a key that goes with the session.
-  HKEY obstacle = nullptr;
-  ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, libraryPath, 0, nullptr, REG_OPTION_VOLATILE,
-                            KEY_ALL_ACCESS, nullptr, &obstacle, nullptr),
-            ERROR_SUCCESS);
+  createKey(libraryPath, REG_OPTION_VOLATILE);  // which takes nothing lasting
   const auto withObstacle = entries();
   EXPECT_TRUE(FAILED(install(true)));
   EXPECT_EQ(entries(), withObstacle);
-  RegCloseKey(obstacle);
-  RegDeleteKeyW(HKEY_CURRENT_USER, libraryPath);
+  RegDeleteKeyW(HKEY_CURRENT_USER, libraryPath.c_str());
 }
 
 TEST_F(RegistrationTest, WhatTheOtherBitnessNeedsStays) {
   ASSERT_EQ(install(true), S_OK);
-  HKEY other = nullptr;
-  const std::wstring otherPath = std::wstring(libraryPath) + L"\\1.0\\0\\" + otherBits;
-  RegCreateKeyExW(HKEY_CURRENT_USER, otherPath.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                  &other, nullptr);
-  RegCloseKey(other);
+  const std::wstring other = libraryPath + L"\\1.0\\0\\" + otherBits;
+  createKey(other, 0);
   EXPECT_EQ(install(false), S_OK);
-  EXPECT_EQ(valueOf(L"Software\\Classes\\CronvelOCX.Cronvel\\CurVer"), L"CronvelOCX.Cronvel.1");
-  EXPECT_EQ(valueOf(std::wstring(classPath) + L"\\InprocServer32"), L"");
-  RegDeleteKeyW(HKEY_CURRENT_USER, otherPath.c_str());
+  EXPECT_TRUE(entries().contains(classes + L"CronvelOCX.Cronvel\\CurVer|=CronvelOCX.Cronvel.1"));
+  EXPECT_FALSE(entries().contains(classPath + L"\\InprocServer32"));
+  RegDeleteKeyW(HKEY_CURRENT_USER, other.c_str());
   EXPECT_EQ(install(false), S_OK);
   EXPECT_EQ(entries(), before);
 }

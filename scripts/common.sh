@@ -14,6 +14,9 @@ build_packages=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libgtest-d
 # framework as source, the installers.
 windows_packages=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64-tools libwine-dev
   googletest wixl msitools zip python3)
+# For running them.
+wine_packages=(wine64 wine xvfb xauth unzip)
+lint_packages=(clang-tidy clang-format python3)
 
 # need PACKAGE...: installs what is missing, by apt, as root or through sudo.
 need() {
@@ -30,7 +33,9 @@ need() {
       fail "These packages are missing; install them as root, then run this again: ${missing[*]}"
     as_root=(sudo)
   fi
-  local apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -y -q)
+  # Another apt may be at work.
+  local apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -y -q
+    -o DPkg::Lock::Timeout=600)
   local log
   log=$(mktemp)
   if ! { "${apt[@]}" update && "${apt[@]}" install --no-install-recommends "${missing[@]}"; } \
@@ -42,10 +47,20 @@ need() {
   rm -f "$log"
 }
 
-# build PRESET [TARGET...]: configures and builds; quick when nothing has changed.
+# The one place of the version.
+version_of_project() {
+  local version
+  version=$(sed -nE 's/^project\(.* VERSION ([0-9.]+).*/\1/p' "$root/CMakeLists.txt")
+  [ -n "$version" ] || fail "CMakeLists.txt names no version"
+  echo "$version"
+}
+
+# build PRESET [TARGET...]: configures and builds; quick when nothing has changed. What
+# CRONVEL_BUILT names (presets parted by blanks) was built by who calls.
 build() {
   local preset=$1
   shift
+  [[ " ${CRONVEL_BUILT:-} " != *" $preset "* ]] || return 0
   local targets=()
   [ $# -eq 0 ] || targets=(--target "$@")
   local folder=$root/build

@@ -4,8 +4,10 @@ export WINEDEBUG=${WINEDEBUG:--all}
 
 # wine_begin [FOLDER]: makes the Wine prefix in FOLDER, or uses the one there; without FOLDER in
 # WINEPREFIX, or in one that is removed at the end. Starts an X server for the whole run.
+# CRONVEL_WINE_TEMPLATE names a folder for prefixes to copy, which is much quicker than making them:
+# one for each system (this machine, the 32-bit programs' bed) is made when first needed.
 wine_begin() {
-  command -v wine >/dev/null && command -v Xvfb >/dev/null || need wine64 wine xvfb xauth
+  command -v wine >/dev/null && command -v Xvfb >/dev/null || need "${wine_packages[@]}"
   wine_own_prefix=
   if [ -n "${1:-${WINEPREFIX:-}}" ]; then
     export WINEPREFIX=${1:-$WINEPREFIX}
@@ -33,16 +35,29 @@ wine_begin() {
   [ -n "$number" ] || fail "the X server names no display"
   export DISPLAY=:$number
 
-  if [ ! -e "$WINEPREFIX/cronvel-prefix" ]; then
-    say "making a Wine prefix"
-    timeout -k 5 300 wineboot -i >"$WINEPREFIX/made" 2>&1 </dev/null ||
-      fail "no Wine prefix: $(tail -n 5 "$WINEPREFIX/made")"
-    # A crash is to be reported on the error output; the dialog would wait for a user.
-    timeout -k 5 60 wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD \
-      /d 0 /f >"$WINEPREFIX/made" 2>&1 </dev/null || fail "the prefix takes no setting"
-    timeout -k 5 60 wineserver -w || fail "the Wine prefix is not finished"
-    touch "$WINEPREFIX/cronvel-prefix"
+  if [ -e "$WINEPREFIX/cronvel-prefix" ]; then return; fi
+  if [ -z "${CRONVEL_WINE_TEMPLATE:-}" ]; then
+    wine_make_prefix
+    return
   fi
+  local template=$CRONVEL_WINE_TEMPLATE/wine${CRONVEL_IN_BED:+-bed} lock
+  mkdir -p "$template"
+  exec {lock}>"$template.lock"
+  flock "$lock"
+  [ -e "$template/cronvel-prefix" ] || WINEPREFIX=$template wine_make_prefix
+  exec {lock}>&-
+  cp -a --reflink=auto "$template/." "$WINEPREFIX"
+}
+
+wine_make_prefix() {
+  say "making a Wine prefix"
+  timeout -k 5 300 wineboot -i >"$WINEPREFIX/made" 2>&1 </dev/null ||
+    fail "no Wine prefix: $(tail -n 5 "$WINEPREFIX/made")"
+  # A crash is to be reported on the error output; the dialog would wait for a user.
+  timeout -k 5 60 wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD \
+    /d 0 /f >"$WINEPREFIX/made" 2>&1 </dev/null || fail "the prefix takes no setting"
+  timeout -k 5 60 wineserver -w || fail "the Wine prefix is not finished"
+  touch "$WINEPREFIX/cronvel-prefix"
 }
 
 wine_end() {

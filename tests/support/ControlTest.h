@@ -8,6 +8,7 @@
 #include "control/Cronvel.h"
 #include "host/PropertyBagFile.h"
 #include "tests/support/FakePlatform.h"
+#include "tests/support/TestFolder.h"
 
 namespace cronvel::test {
 
@@ -15,9 +16,13 @@ namespace cronvel::test {
 class RecordingContainer : public Container {
  public:
   bool UserMode() const override { return userMode; }
-  void PropertyChanged(std::string_view key) override { changed.emplace_back(key); }
+  void PropertyChanged(std::string_view key) override {
+    changed.emplace_back(key);
+    if (onChange) onChange();
+  }
   bool userMode = true;
   std::vector<std::string> changed;
+  std::function<void()> onChange;
 };
 
 class RecordingEvents : public __Cronvel {
@@ -42,11 +47,21 @@ class RecordingEvents : public __Cronvel {
   void DataReceivedForMonitoring(Bytes& bytes, std::int16_t length) override {
     monitoring.push_back({bytes, length, {}, 0});
   }
+  void AddFileProgressInit(std::int32_t& nMax) override { note(-nMax, nMax); }
+  void AddFileProgressInc(std::int32_t& nValue) override { note(nValue, nValue); }
   std::vector<std::int16_t> states;
   std::vector<std::int16_t> errors;
   std::vector<Arrival> arrivals;
   std::vector<Arrival> monitoring;
   std::function<void()> onArrival;
+  std::vector<std::int32_t> progress;  ///< the count as a negative number, then each
+  std::function<void(std::int32_t&)> onProgress;
+
+ private:
+  void note(std::int32_t told, std::int32_t& value) {
+    progress.push_back(told);
+    if (onProgress) onProgress(value);
+  }
 };
 
 /// The control on a fake machine.

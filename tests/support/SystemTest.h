@@ -15,22 +15,34 @@
 
 namespace cronvel::test {
 
-/// The real platform with hardly any pauses and a clock that runs three times as fast: for
-/// conversations on the network, where nothing hangs on the pauses.
+/// The real platform with hardly any pauses and a clock that runs three times as fast, for
+/// conversations where nothing hangs on them. Its message boxes answer themselves.
 class HastyPlatform : public TracingPlatform {
  public:
-  explicit HastyPlatform(Platform& inner) : TracingPlatform(inner, {}), mClock(inner.clock()) {}
+  explicit HastyPlatform(Platform& inner)
+      : TracingPlatform(inner, {}), mClock(inner.clock(), keepsPauses) {}
   Clock& clock() override { return mClock; }
+  MsgBox& msgBox() override { return mBox; }
+
+  bool keepsPauses = false;
 
  private:
   struct HastyClock : Clock {
-    explicit HastyClock(Clock& clock) : inner(clock), start(clock.Timer()) {}
+    HastyClock(Clock& clock, const bool& keepsPauses)
+        : inner(clock), start(clock.Timer()), keeps(keepsPauses) {}
     double Timer() override { return start + (inner.Timer() - start) * 3; }
-    void sleep(std::int32_t) override { inner.sleep(1); }
+    void sleep(std::int32_t milliseconds) override { inner.sleep(keeps ? milliseconds : 1); }
     Clock& inner;
     double start;
+    const bool& keeps;
+  };
+  struct ReadyBox : MsgBox {
+    Answer show(const std::u16string&, Buttons, const std::u16string&) override {
+      return Answer::ok;
+    }
   };
   HastyClock mClock;
+  ReadyBox mBox;
 };
 
 /// The control on the real platform, against simulated terminals.
@@ -40,7 +52,7 @@ class SystemTest : public testing::Test {
   std::vector<nlohmann::json> journal(const std::string& event) const {
     std::vector<nlohmann::json> events;
     std::istringstream lines(mFolder.read("journal"));
-    for (std::string line; std::getline(lines, line);) {
+    for (std::string line; std::getline(lines, line) && !lines.eof();) {  // the rest is to come
       auto parsed = nlohmann::json::parse(line);
       if (parsed["event"] == event) events.push_back(std::move(parsed));
     }
@@ -48,20 +60,29 @@ class SystemTest : public testing::Test {
   }
   std::string journalOption() const { return " --json " + mFolder.path("journal") + " "; }
   std::u16string file(const char* name) const { return toUtf16(mFolder.path(name)); }
-  int freePort() const {
+  /// The first of so many free ports in a row.
+  int freePort(int count = 1) const {
     const auto sockets = mPlatform->makeSocketArray();
-    sockets->at(0).LocalPort(0);
-    sockets->at(0).Listen();
-    return sockets->at(0).LocalPort();
+    for (std::int16_t i = 1; i < count; ++i) sockets->load(i);
+    for (;;) try {
+        for (std::int16_t i = 0; i < count; ++i) {
+          sockets->at(i).Close();
+          sockets->at(i).LocalPort(i == 0 ? 0 : sockets->at(0).LocalPort() + i);
+          sockets->at(i).Listen();
+        }
+        return sockets->at(0).LocalPort();
+      } catch (const RunTimeError&) {  // one of them is not free
+      }
   }
-  void useLine(const SimulatedTerminal& terminal) {
-    mPlatform->mapCommPort(1, terminal.line());
-    mControl.CommPort(1);
+  void useLine(const std::string& line) {
+    mPlatform->mapCommPort(1, line);
+    mHastyPlatform.keepsPauses = true;  // the other end has to look before the next settings come
+    mHasty.CommPort(1);
   }
-  /// Gives socket 0 of a control the host's port.
-  static void connectTo(Cronvel& control, const SimulatedTerminal& terminal) {
-    control.WinSockRemotePort(std::stoi(terminal.port()));
-    control.SetWinSockUDPMode(0);
+  /// Gives socket 0 the terminal's port.
+  void connectTo(const SimulatedTerminal& terminal) {
+    mHasty.WinSockRemotePort(std::stoi(terminal.port()));
+    mHasty.SetWinSockUDPMode(0);
   }
 
   TestFolder mFolder;
@@ -69,7 +90,6 @@ class SystemTest : public testing::Test {
   HastyPlatform mHastyPlatform{*mPlatform};
   Container mContainer;
   __Cronvel mEvents;
-  Cronvel mControl{*mPlatform, mContainer, mEvents};
   Cronvel mHasty{mHastyPlatform, mContainer, mEvents};
 };
 

@@ -18,6 +18,7 @@ class TestFolder {
   void write(const std::string& name, const std::string& content) const;
   /// Empty where the file is missing.
   std::string read(const std::string& name) const;
+  const std::filesystem::path& path() const { return mPath; }
   bool has(const std::string& name) const { return std::filesystem::exists(mPath / name); }
 
  private:

@@ -1,6 +1,6 @@
-// The control against the simulated terminal, over a real line and a real network.
+// What only real connections show.
 
-#include <gtest/gtest.h>
+#include <map>
 
 #include "tests/support/SystemTest.h"
 
@@ -9,116 +9,109 @@ namespace {
 
 using ConversationTest = SystemTest;
 
-TEST_F(ConversationTest, OnASharedLineOnlyTheAddressCarriesTheMarkAndOnlyTheAddressedActs) {
-  const SimulatedTerminal terminals("--serial --terminals 1,12,2" + journalOption());
-  useLine(terminals);
-  mControl.DeviceNum(12);
-  const std::u16string serial;
-  EXPECT_TRUE(mControl.TestConnection(serial));
-  EXPECT_TRUE(mControl.SetTime(serial, std::u16string(u"23:59:07")));
-  EXPECT_TRUE(mControl.SetDate(serial, u"15/08/06", 3));
-  EXPECT_TRUE(mControl.SetDayLight(serial, 21, 3, 22, 9));
-  EXPECT_TRUE(mControl.SetKeyboard(serial, 5));
-  EXPECT_TRUE(mControl.ResetMem(serial));
-  mControl.DeviceNum(3);
-  EXPECT_FALSE(mControl.ResetMem(serial));  // nobody has that number
-
-  const auto commands = journal("command");
-  ASSERT_EQ(commands.size(), 6U);
-  for (const auto& command : commands) {
-    EXPECT_EQ(command["terminal"], 12);
-    EXPECT_EQ(command["address_parity"], "mark");
-    EXPECT_EQ(command["body_parity"], command["code"] == 18 ? "none" : "space");
-  }
-  std::vector<int> marked;
-  for (const auto& byte : journal("byte")) {
-    EXPECT_EQ(byte["speed"], 600);
-    if (byte["parity"] == "mark") marked.push_back(byte["value"]);
-  }
-  EXPECT_EQ(marked, (std::vector<int>{0x12, 0x12, 0x12, 0x12, 0x12, 0x12, 0x03}));
-  const auto state = journal("state").back();
-  EXPECT_EQ(state["date"], "15/08/06");
-  EXPECT_EQ(state["keypad"], 5);
-  EXPECT_EQ(state["records"], 0);
-}
-
-struct Fault {
-  const char* options;
-  bool accepted;
-};
-
-class ReplyFaults : public SystemTest, public testing::WithParamInterface<Fault> {};
-
-TEST_P(ReplyFaults, OnBothTransports) {
-  const SimulatedTerminal terminal("--serial --listen 0 " + std::string(GetParam().options));
-  useLine(terminal);
-  connectTo(mControl, terminal);
-  for (const auto* host : {u"", u"127.0.0.1"}) {
-    EXPECT_EQ(mControl.SetKeyboard(host, 1), GetParam().accepted);
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(All, ReplyFaults,
-                         testing::Values(Fault{"--silent", false}, Fault{"--delay 2000", true},
-                                         Fault{"--delay 5300", false}, Fault{"--reply 15", false},
-                                         Fault{"--reply 24,0,0 --pieces --pause 300", true},
-                                         Fault{"--reply 0,24 --pieces --pause 300", false},
-                                         Fault{"--noise 0xFF", false}),
-                         [](const auto& fault) { return "case" + std::to_string(fault.index); });
-
 TEST_F(ConversationTest, AHostThatHangsUpEndsTheWaitWithoutHarm) {
   const SimulatedTerminal dropping("--listen 0 --drop");
-  connectTo(mControl, dropping);
-  EXPECT_FALSE(mControl.SetKeyboard(u"127.0.0.1", 1));
+  connectTo(dropping);
+  EXPECT_FALSE(mHasty.SetKeyboard(u"127.0.0.1", 1));
   const SimulatedTerminal answering("--listen 0");
-  connectTo(mControl, answering);
-  EXPECT_TRUE(mControl.SetKeyboard(u"127.0.0.1", 1));
+  connectTo(answering);
+  EXPECT_TRUE(mHasty.SetKeyboard(u"127.0.0.1", 1));
 }
 
-TEST_F(ConversationTest, TwoHundredConnectionsInARow) {
-  const SimulatedTerminal terminal("--listen 0 --delay 0");
-  connectTo(mHasty, terminal);
-  for (int i = 0; i < 200; ++i) ASSERT_TRUE(mHasty.SetKeyboard(u"127.0.0.1", 1)) << i;
-}
-
-TEST_F(ConversationTest, TwoHundredTerminalsInARowOnOnePort) {
+TEST_F(ConversationTest, ConnectionsInARowNeverMeetAnAddressInUse) {
   const std::string port = std::to_string(freePort());
-  const std::string options = "--delay 0 --connect 127.0.0.1:" + port;
-  const SimulatedTerminal one(options), two(options), three(options);
-  for (int i = 0; i < 200; ++i) ASSERT_TRUE(mHasty.TestConnection(u"gate-" + toUtf16(port))) << i;
+  const SimulatedTerminal terminal("--listen 0 --delay 0 --connect 127.0.0.1:" + port);
+  connectTo(terminal);
+  for (int i = 0; i < 20; ++i) ASSERT_TRUE(mHasty.SetKeyboard(u"127.0.0.1", 1)) << i;
+  for (int i = 0; i < 20; ++i) ASSERT_TRUE(mHasty.TestConnection(u"gate-" + toUtf16(port))) << i;
 }
 
 TEST_F(ConversationTest, ALongStreamOverTheNetworkIsWhole) {
-  const std::string port = std::to_string(freePort());
-  const SimulatedTerminal terminal("--listen 0 --connect 127.0.0.1:" + port +
+  const int port = freePort();
+  const SimulatedTerminal terminal("--listen 0 --connect 127.0.0.1:" + std::to_string(port) +
                                    " --cards 300 --days 90 --network-speed 1000000" +
                                    journalOption());
-  connectTo(mControl, terminal);
-  EXPECT_EQ(mControl.GetDataByDate(u"127.0.0.1", 1, 1, 26, 31, 12, 26, file("dates.Hex")), 0);
-  mControl.WinSockLocalPort(std::stoi(port));
-  mControl.SetWinSockTCPMode(0);
-  EXPECT_EQ(mControl.GetData(u"terminal", file("all.Hex")), 0);
-  EXPECT_GT(mControl.NumOfRecs(), 30'000);
+  connectTo(terminal);
+  EXPECT_EQ(mHasty.GetDataByDate(u"127.0.0.1", 1, 1, 26, 31, 12, 26, file("dates.Hex")), 0);
+  mHasty.SetWinSockLocalPort(0, port);
+  EXPECT_EQ(mHasty.GetData(u"terminal", file("all.Hex")), 0);
+  EXPECT_GT(mHasty.NumOfRecs(), 30'000);
   EXPECT_EQ(mFolder.read("all.Hex"), mFolder.read("dates.Hex"));
-  const auto streams = journal("stream-end");
-  ASSERT_EQ(streams.size(), 2U);
-  for (const auto& stream : streams) EXPECT_EQ(stream["bytes"], mFolder.read("all.Hex").size());
+  for (const auto& stream : journal("stream-end"))
+    EXPECT_EQ(stream["bytes"], mFolder.read("all.Hex").size());
 }
 
-TEST_F(ConversationTest, APauseInTheStreamDoesNotEndIt) {
-  const SimulatedTerminal terminal("--serial --cards 5 --days 3 --pause-at 30 --pause 4700");
-  useLine(terminal);
-  EXPECT_EQ(mControl.GetData(u"", file("rec.Hex")), 0);
+/// What monitored terminals sent, as the host hears it: each event is 8 bytes, the second the
+/// terminal's address, the last two a running number. A reply can stand before it.
+class Listener : public __Cronvel {
+ public:
+  void WinSockDataReceived(Bytes& bytes, std::int32_t, std::u16string&, std::u16string&,
+                           std::int16_t&, std::int32_t&) override {
+    mBytes.clear();  // another terminal's; on its own connection an event comes in one piece
+    take(bytes);
+  }
+  void DataReceivedForMonitoring(Bytes& bytes, std::int16_t) override { take(bytes); }
+  /// The running numbers of each terminal, in the order of their arrival.
+  std::map<int, std::vector<int>> numbers;
+
+ private:
+  void take(const Bytes& bytes) {
+    mBytes.insert(mBytes.end(), bytes.begin(), bytes.end());
+    while (!mBytes.empty() && (mBytes.front() != 0xED || mBytes.size() >= 8)) {
+      if (mBytes.front() == 0xED) numbers[mBytes[1]].push_back(mBytes[6] * 256 + mBytes[7]);
+      mBytes.erase(mBytes.begin(), mBytes.begin() + (mBytes.front() == 0xED ? 8 : 1));
+    }
+  }
+  Bytes mBytes;
+};
+
+class MonitoringTest : public SystemTest {
+ protected:
+  /// Until every terminal has been heard so often.
+  void pumpUntilHeard(std::size_t terminals, std::size_t times) {
+    EXPECT_TRUE(waitUntil([&] {
+      mPlatform->messagePump().waitEvents();
+      mPlatform->messagePump().DoEvents();
+      std::size_t heardEnough = 0;
+      for (const auto& [address, numbers] : heard.numbers) heardEnough += numbers.size() >= times;
+      return heardEnough == terminals;
+    }));
+    for (const auto& [address, numbers] : heard.numbers)
+      for (std::size_t i = 1; i < numbers.size(); ++i)
+        ASSERT_EQ(numbers[i], numbers[i - 1] + 1) << "terminal " << address;
+  }
+
+  Listener heard;
+  Cronvel mListening{mHastyPlatform, mContainer, heard};
+};
+
+TEST_F(MonitoringTest, EventsOfASharedLine) {
+  const SimulatedTerminal terminals("--serial --terminals 1,12 --event-rate 10" + journalOption());
+  useLine(terminals.line());
+  for (const std::uint8_t number : Bytes{1, 12}) {
+    mListening.DeviceNum(number);
+    EXPECT_TRUE(mListening.SetMonitoringOnOff(u"", true));
+  }
+  heard.numbers.clear();  // the second switch discarded what came during it
+  pumpUntilHeard(2, 5);
 }
 
-TEST_F(ConversationTest, TrailerFaultsAreNoticed) {
-  const SimulatedTerminal missing("--serial --cards 3 --days 2 --trailer missing");
-  useLine(missing);
-  EXPECT_EQ(mControl.GetData(u"", file("rec.Hex")), 1);
-  const SimulatedTerminal count("--serial --cards 3 --days 2 --trailer count");
-  useLine(count);
-  EXPECT_EQ(mControl.GetDataBuff(file("rec.Hex")), Variant(std::int16_t{0}));  // not looked at
-  EXPECT_EQ(mControl.GetData(u"", file("rec.Hex")), 1);
+TEST_F(MonitoringTest, AGroupHasAConnectionForEachTerminal) {
+  constexpr int groupSize = 20;
+  const int port = freePort(groupSize);
+  const SimulatedTerminal terminals(
+      "--terminals 0-19 --event-rate 10 --delay 0 --connect 127.0.0.1:" + std::to_string(port) +
+      journalOption());
+  for (int i = 0; i < groupSize; ++i) {
+    mListening.DeviceNum(static_cast<std::uint8_t>(i));
+    // A live event of another terminal can be taken for the reply; the switch was sent all the
+    // same.
+    mListening.SetMonitoringOnGroup(toUtf16("terminal-" + std::to_string(port + i)), true);
+  }
+  pumpUntilHeard(groupSize, 5);
+  const std::size_t closed = journal("closed").size();
+  EXPECT_TRUE(mListening.SetMonitoringOffGroup(u"all", false));
+  EXPECT_TRUE(waitUntil([&] { return journal("closed").size() - closed >= groupSize; }));
 }
 
 }  // namespace

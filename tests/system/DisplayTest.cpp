@@ -48,24 +48,5 @@ TEST(DisplayTest, EveryLetterJoinsAsItIsWritten) {
     EXPECT_EQ(toUtf16(displayedForms(convertText(word))), forms) << toUtf8(word);
 }
 
-TEST(DisplayTest, TypedOnTodaysKeyboards) {
-  EXPECT_EQ(displayedText(convertText(u"یک کارت ۱۲")), "يك كارت 12");
-  EXPECT_EQ(displayedText(convertText(u"می‌رود")), "مي رود");
-}
-
-/// What hosts have to know: these behaviours are the control's, and stay.
-TEST(DisplayTest, WhatIsDroppedOrRepeated) {
-  const std::pair<const char16_t*, const char*> cases[] = {
-      {u"كارت 12 نفر", "كارت 12نفر"},  // the character after a number is lost
-      {u"12ساعت", "12اعت"},            // so a letter is, without a blank
-      {u"1 تا 2", "1تا 12"},           // a number comes with those before it
-      {u"سلام", "سللام"},              // lam stays beside lam-alef,
-      {u"روز خوب سلام", "رولام"},      // which keeps the first two glyphs of all before it
-      {u"لا", "للا"},
-  };
-  for (const auto& [text, shown] : cases)
-    EXPECT_EQ(displayedText(convertText(text)), shown) << toUtf8(text);
-}
-
 }  // namespace
 }  // namespace cronvel::test

@@ -1,125 +1,141 @@
 #include <filesystem>
 
-#include "host/PropertyBagFile.h"
+#include "tests/support/Commands.h"
 #include "tests/support/ControlTest.h"
-#include "tests/support/TestFolder.h"
 
 namespace cronvel::test {
 namespace {
 
 using CronvelTest = ControlTest;
 
-/// Writes down what is written to it, with what is left out marked.
-class ListingBag : public PropertyBag {
+std::string valueOf(const Property& property, Cronvel& control) {
+  const std::string value = property.get.run(control, {});
+  return value.substr(value.find(' ') + 1);
+}
+/// What a property has that `call` sets.
+std::string valueIn(const Call& call) {
+  const std::string& literal = call.arguments[0].literal;
+  return literal[0] == '"' ? literal.substr(1, literal.size() - 2) : literal;
+}
+
+TEST_F(CronvelTest, EveryPropertyIsKeptAndReportedByItsName) {
+  for (const Property& property : properties()) {
+    SCOPED_TRACE(property.get.member);
+    const std::string first = valueOf(property, *control);
+    EXPECT_EQ(first, valueIn(property.restore));
+    container.changed.clear();
+    std::string meanwhile;
+    container.onChange = [&] { meanwhile = valueOf(property, *control); };
+    property.put.run(*control, {});
+    const std::string other = valueOf(property, *control);
+    EXPECT_EQ(other, valueIn(property.put));
+    EXPECT_EQ(meanwhile, other);  // the host reads the new value when it is told
+    EXPECT_EQ(container.changed, std::vector{property.get.member});
+    property.restore.run(*control, {});
+    EXPECT_EQ(valueOf(property, *control), first);
+    container.onChange = {};
+  }
+}
+
+TEST_F(CronvelTest, InADesignerWhatTouchesTheDeviceIsRefused) {
+  container.userMode = false;
+  for (const Property& property : properties()) {
+    SCOPED_TRACE(property.get.member);
+    container.changed.clear();
+    const std::string first = valueOf(property, *control);
+    EXPECT_EQ(errorOf([&] { property.put.run(*control, {}); }), property.setInDesignMode ? 0 : 387);
+    EXPECT_EQ(container.changed.size(), property.setInDesignMode ? 1U : 0U);
+    EXPECT_EQ(valueOf(property, *control) == first, !property.setInDesignMode);
+  }
+  EXPECT_EQ(transcript().take(), "port 7");
+}
+
+/// Writes down what is written to it; what is no default has a mark.
+class ListingBag : public PropertyBagFile {
  public:
   Variant ReadProperty(std::string_view key, const Variant& defaultValue) override {
     keys += std::string(key) + " ";
-    return defaultValue;
+    return PropertyBagFile::ReadProperty(key, defaultValue);
   }
   void WriteProperty(std::string_view key, const Variant& value,
                      const Variant& defaultValue) override {
     keys += std::string(key) + (value == defaultValue ? " " : "! ");
+    PropertyBagFile::WriteProperty(key, value, defaultValue);
   }
   std::string keys;
 };
 
-constexpr auto allKeys =
-    "Enabled CommPort ReaderOn MonitoringON IdLen DialupConnection TelNum BPS DeviceNum NumOfRecs "
-    "DamagedRecs ";
-
-TEST_F(CronvelTest, ANewInstanceHasTheDefaultsAndItsPortIsSetUp) {
-  control->DeviceNum(9);
-  control->InitProperties();
-  EXPECT_EQ(control->DeviceNum(), 1);
-  EXPECT_EQ(control->IdLen(), 4);
-  EXPECT_EQ(control->TelNum(), u"0");
-  EXPECT_EQ(control->BPS(), u"9600");
-  EXPECT_EQ(control->WinSockLocalPort(), 8085);
-  EXPECT_EQ(control->WinSockRemoteHost(), u"10.0.0.1");
-  EXPECT_TRUE(control->Enabled());
-  const SerialPortSetup& setup = platform.port->setup;
-  EXPECT_EQ(setup.InputMode, 1);
-  EXPECT_EQ(setup.RThreshold, 1);
-  EXPECT_TRUE(setup.DTREnable && setup.RTSEnable);
-  EXPECT_FALSE(setup.NullDiscard || setup.EOFEnable);
-}
-
-TEST_F(CronvelTest, PersistsElevenKeysInOrderAndLeavesDefaultsOut) {
+TEST_F(CronvelTest, ThePersistedOnesSurviveATextFile) {
+  std::string keys;
+  std::string marked;
+  for (const Property& property : properties())
+    if (property.persisted) {
+      keys += property.get.member + " ";
+      marked += property.get.member + "! ";
+    }
   ListingBag bag;
   control->WriteProperties(bag);
-  EXPECT_EQ(bag.keys, allKeys);
-  bag.keys.clear();
-  control->ReadProperties(bag);
-  EXPECT_EQ(bag.keys, allKeys);
-  control->TelNum(u"021");
-  control->CommPort(3);
+  EXPECT_EQ(bag.keys, keys);
+  for (const Property& property : properties()) property.put.run(*control, {});
+  control->TelNum(u"0\"2\\1\n9\r پ");
   bag.keys.clear();
   control->WriteProperties(bag);
-  EXPECT_EQ(bag.keys,
-            "Enabled CommPort! ReaderOn MonitoringON IdLen DialupConnection TelNum! BPS DeviceNum "
-            "NumOfRecs DamagedRecs ");
+  EXPECT_EQ(bag.keys, marked);
+
+  const TestFolder folder;
+  bag.save(folder / "settings.txt");
+  PropertyBagFile saved = PropertyBagFile::load(folder / "settings.txt");
+  ListingBag nothing;
+  control->ReadProperties(nothing);
+  EXPECT_EQ(nothing.keys, keys);
+  for (const Property& property : properties())
+    EXPECT_EQ(valueOf(property, *control),
+              valueIn(property.persisted ? property.restore : property.put));
+  control->ReadProperties(saved);
+  EXPECT_EQ(control->TelNum(), u"0\"2\\1\n9\r پ");
+  control->TelNum(u"02188۱۲");
+  for (const Property& property : properties())
+    EXPECT_EQ(valueOf(property, *control), valueIn(property.put));
+  control->InitProperties();
+  for (const Property& property : properties())
+    if (property.persisted && property.get.member != "Enabled" &&
+        property.get.member != "CommPort") {
+      EXPECT_EQ(valueOf(property, *control), valueIn(property.restore));
+    }
 }
 
-TEST_F(CronvelTest, SettingsSurviveATextFile) {
+TEST_F(CronvelTest, ABadSettingsFileSaysWhatIsWrong) {
   const TestFolder folder;
-  const std::filesystem::path path = folder / "settings.txt";
-  control->CommPort(7);
-  control->IdLen(8);
-  control->DialupConnection(true);
-  control->TelNum(u"0\"2\\1\n9 پ");
-  PropertyBagFile written;
-  control->WriteProperties(written);
-  written.save(path);
-  control->InitProperties();
-  PropertyBagFile read = PropertyBagFile::load(path);
-  control->ReadProperties(read);
-  EXPECT_EQ(control->CommPort(), 7);
-  EXPECT_EQ(control->IdLen(), 8);
-  EXPECT_TRUE(control->DialupConnection());
-  EXPECT_EQ(control->TelNum(), u"0\"2\\1\n9 پ");
-
   const std::pair<const char*, int> bad[] = {{"DeviceNum=300\n", 6},    {"IdLen=four\n", 13},
                                              {"Enabled=perhaps\n", 13}, {"no equals sign\n", 13},
                                              {"TelNum=\"open\n", 13},   {"NumOfRecs=9e9\n", 6}};
   for (const auto& [text, number] : bad) {
     folder.write("settings.txt", std::string("# a comment\n\n") + text);
     EXPECT_EQ(errorOf([&] {
-                PropertyBagFile bag = PropertyBagFile::load(path);
+                PropertyBagFile bag = PropertyBagFile::load(folder / "settings.txt");
                 control->ReadProperties(bag);
               }),
               number)
         << text;
   }
-  std::filesystem::remove(path);
-  EXPECT_EQ(errorOf([&] { PropertyBagFile::load(path); }), 53);
+  EXPECT_EQ(errorOf([&] { PropertyBagFile::load(folder / "missing.txt"); }), 53);
 }
 
-TEST_F(CronvelTest, SettersReportTheirKeyAndOddIdLenIsIgnored) {
+TEST_F(CronvelTest, ThePortIsSetUpForBinaryInput) {
+  const SerialPortSetup& setup = platform.port->setup;
+  EXPECT_EQ(setup.InputMode, 1);
+  EXPECT_EQ(setup.InputLen, 0);
+  EXPECT_EQ(setup.RThreshold, 1);
+  EXPECT_EQ(setup.SThreshold, 0);
+  EXPECT_EQ(setup.Handshaking, 0);
+  EXPECT_TRUE(setup.DTREnable && setup.RTSEnable);
+  EXPECT_FALSE(setup.NullDiscard || setup.EOFEnable || setup.Break);
+}
+
+TEST_F(CronvelTest, AnOddIdLenIsIgnored) {
   control->IdLen(7);
   EXPECT_EQ(control->IdLen(), 4);
-  control->IdLen(8);
-  control->BPS(u"19200");
-  control->NumOfRecs(5);
-  control->WinSockLocalPort(4000);
-  control->Enabled(false);
-  EXPECT_EQ(container.changed,
-            (std::vector<std::string>{"IdLen", "BPS", "NumOfRecs", "WinSockLocalPort", "Enabled"}));
-}
-
-TEST_F(CronvelTest, DesignModeRefusesWhatTouchesTheDevice) {
-  container.userMode = false;
-  EXPECT_EQ(errorOf([&] { control->BPS(u"600"); }), 387);
-  EXPECT_EQ(errorOf([&] { control->WinSockProtocol(1); }), 387);
-  EXPECT_EQ(errorOf([&] { control->WinSockLocalPort(1); }), 387);
-  EXPECT_EQ(errorOf([&] { control->WinSockRemotePort(1); }), 387);
-  EXPECT_EQ(errorOf([&] { control->WinSockRemoteHost(u"x"); }), 387);
-  EXPECT_EQ(errorOf([&] { control->ReaderOn(true); }), 387);
-  EXPECT_EQ(errorOf([&] { control->MonitoringON(true); }), 387);
-  EXPECT_EQ(control->BPS(), u"9600");
-  EXPECT_FALSE(control->MonitoringON());
-  control->DeviceNum(3);
-  EXPECT_EQ(container.changed, std::vector<std::string>{"DeviceNum"});
-  EXPECT_EQ(transcript().take(), "");
+  EXPECT_TRUE(container.changed.empty());
 }
 
 TEST_F(CronvelTest, ChangingThePortClosesItAndTheNextCommandOpensTheNewOne) {
@@ -131,19 +147,6 @@ TEST_F(CronvelTest, ChangingThePortClosesItAndTheNextCommandOpensTheNewOne) {
   EXPECT_EQ(transcript().take(), "port 5");
   control->MonitoringON(false);
   EXPECT_EQ(transcript().take().substr(0, 25), "settings 600,m,8,1; open;");
-}
-
-TEST_F(CronvelTest, SwitchesGoOutWithoutAReply) {
-  control->ReaderOn(true);
-  EXPECT_TRUE(control->ReaderOn());
-  EXPECT_EQ(transcript().take(),
-            "settings 600,m,8,1; open; discard in; out 01; sleep 50; settings 600,s,8,1; out 02; "
-            "sleep 50; out 11; sleep 50; out 54");
-  control->MonitoringON(true);
-  EXPECT_EQ(transcript().take(),
-            "settings 600,m,8,1; discard in; out 01; sleep 50; settings 600,n,8,1; out 02; "
-            "sleep 50; out 17; sleep 50; out 54");
-  EXPECT_TRUE(control->MonitoringON());
 }
 
 TEST_F(CronvelTest, MonitoringBytesReachTheHostOnlyWhileItIsOn) {
@@ -160,23 +163,10 @@ TEST_F(CronvelTest, MonitoringBytesReachTheHostOnlyWhileItIsOn) {
   EXPECT_EQ(events.monitoring[0].bytes, (Bytes{1, 2}));
   EXPECT_EQ(events.monitoring[0].length, 2);
   platform.port->raise(comEvReceive);  // another event took the bytes already
-  EXPECT_EQ(events.monitoring.size(), 1U);
-}
-
-TEST(SerialLinkTest, TheTimeOutComesWithItsLastTick) {
-  FakePlatform platform;
-  ControlState state;
-  RecordingContainer container;
-  RecordingEvents events;
-  Host host{container, events, {}};
-  SerialLink link(platform, host, state);
-  link.startTimeOut(2);
-  platform.time.run(119.9);
-  EXPECT_FALSE(link.timedOut());
-  platform.time.run(0.2);
-  EXPECT_TRUE(link.timedOut());
-  link.startTimeOut(1);
-  EXPECT_FALSE(link.timedOut());
+  platform.port->feed({3});
+  platform.time.DoEvents();
+  ASSERT_EQ(events.monitoring.size(), 2U);
+  EXPECT_EQ(events.monitoring[1].length, 1);
 }
 
 TEST(CronvelCreation, AClockThatStandsStillFailsTheCalibration) {
@@ -189,6 +179,11 @@ TEST(CronvelCreation, AClockThatStandsStillFailsTheCalibration) {
   } catch (const RunTimeError& error) {
     EXPECT_EQ(error.number(), ErrorNumber::divisionByZero);
   }
+}
+
+TEST_F(CronvelTest, ItClosesSocket0AtItsEnd) {
+  control.reset();
+  EXPECT_EQ(transcript().take(), "close 0");
 }
 
 }  // namespace

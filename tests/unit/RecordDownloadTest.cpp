@@ -1,5 +1,6 @@
 #include <filesystem>
 
+#include "runtime/Text.h"
 #include "tests/support/ControlTest.h"
 #include "tests/support/TestFolder.h"
 
@@ -27,57 +28,27 @@ class RecordDownloadTest : public ControlTest {
   const TestFolder folder;
 };
 
-constexpr auto addressed =
-    "settings 600,m,8,1; open; discard in; discard out; out 01; sleep 50; settings 600,s,8,1; "
-    "out 02; sleep 50; ";
-
-TEST_F(RecordDownloadTest, OnTheSerialLine) {
-  struct Case {
-    std::u16string speed;
-    std::string code;
-    std::string settings;
-  };
-  const Case cases[] = {
-      {u"9600", "FD", "9600"},   {u"19200", "FE", "19200"}, {u"110", "0A", "110"},
-      {u"150", "40", "150"},     {u"300", "75", "300"},     {u"600", "D0", "600"},
-      {u"1200", "E8", "1200"},   {u"2400", "F4", "2400"},   {u"4800", "FA", "4800"},
-      {u"38400", "00", "38400"}, {u" 9600", "00", " 9600"}};
-  for (const Case& c : cases) {
-    control->BPS(c.speed);
-    if (platform.port->PortOpen()) platform.port->PortOpen(false);
-    transcript().take();
-    EXPECT_EQ(control->GetData(u"", name()), 1);  // nothing came: not whole
-    EXPECT_EQ(transcript().take(), addressed + ("out 0F; sleep 50; discard in; out " + c.code) +
-                                       "; sleep 50; discard in; settings " + c.settings + ",s,8,1");
+TEST_F(RecordDownloadTest, EverySpeedHasItsCode) {
+  const std::pair<std::u16string, std::string> cases[] = {
+      {u"9600", "FD"}, {u"19200", "FE"}, {u"110", "0A"},  {u"150", "40"},
+      {u"300", "75"},  {u"600", "D0"},   {u"1200", "E8"}, {u"2400", "F4"},
+      {u"4800", "FA"}, {u"38400", "00"}, {u" 9600", "00"}};
+  for (const auto& [speed, code] : cases) {
+    control->BPS(speed);
+    for (const bool byDates : {false, true}) {
+      transcript().take();
+      EXPECT_EQ(byDates ? byDate(u"") : control->GetData(u"", name()), 1);  // nothing came
+      EXPECT_TRUE(transcript().take().ends_with("discard in; out " + code +
+                                                "; sleep 50; discard in; settings " +
+                                                toUtf8(speed) + ",s,8,1"));
+    }
+    // On the network the codes are fixed.
+    platform.time.after(60, [this] { platform.sockets->connectIn(0); });
+    control->GetData(u"any", name());
+    EXPECT_TRUE(transcript().take().ends_with("send 0F; sleep 50; send FD; sleep 50; close 0"));
+    byDate(u"clock");
+    EXPECT_TRUE(transcript().take().ends_with("send 07; sleep 50; send FE; sleep 50; close 0"));
   }
-  platform.port->PortOpen(false);
-  transcript().take();
-  control->BPS(u"19200");
-  byDate(u"");
-  EXPECT_EQ(transcript().take(),
-            addressed + std::string("out 19; sleep 50; out 01; sleep 50; out 03; sleep 50; out 07; "
-                                    "sleep 50; out 31; sleep 50; out 03; sleep 50; out 07; "
-                                    "sleep 50; discard in; out FE; sleep 50; discard in; "
-                                    "settings 19200,s,8,1"));
-  platform.port->PortOpen(false);
-  transcript().take();
-  EXPECT_EQ(control->GetDataBuff(name()), Variant(std::int16_t{1}));
-  EXPECT_EQ(transcript().take(),
-            addressed + std::string("out 1C; sleep 50; discard in; settings 4800,s,8,1"));
-}
-
-TEST_F(RecordDownloadTest, OnTheNetworkTheSpeedCodesAreFixed) {
-  control->BPS(u"300");
-  platform.time.after(60, [this] { platform.sockets->connectIn(0); });  // no limit to that wait
-  EXPECT_EQ(control->GetData(u"any", name()), 1);
-  EXPECT_EQ(transcript().take(),
-            "listen; close 0; accept 7; send 01; sleep 50; send 02; sleep 50; send 0F; sleep 50; "
-            "send FD; sleep 50; close 0");
-  byDate(u"clock");
-  EXPECT_EQ(transcript().take(),
-            "connect clock; send 01; sleep 50; send 02; sleep 50; send 19; sleep 50; send 01; "
-            "sleep 50; send 03; sleep 50; send 07; sleep 50; send 31; sleep 50; send 03; sleep 50; "
-            "send 07; sleep 50; send FE; sleep 50; close 0");
 }
 
 TEST_F(RecordDownloadTest, AWholeStreamIsOnDiskAndChecked) {
@@ -90,6 +61,30 @@ TEST_F(RecordDownloadTest, AWholeStreamIsOnDiskAndChecked) {
   EXPECT_TRUE(control->MonitoringON());
   EXPECT_TRUE(events.monitoring.empty());
   EXPECT_EQ(platform.notes.back(), "5 s of silence: the stream has ended after 17 bytes");
+}
+
+TEST_F(RecordDownloadTest, WhatCameBeforeIsNotInTheFile) {
+  platform.time.after(0, [this] { platform.port->feed({7}); });
+  platform.terminal.replyAfter(3, 0.01, {8});  // before the last byte of the request
+  platform.terminal.replyAfter(4, 0.04, {9});  // before its pause ends
+  platform.terminal.replyAfter(4, 0.1, {1});
+  control->GetData(u"", name());
+  EXPECT_EQ(content(), Bytes{1});
+  platform.terminal.startAnew();
+  platform.terminal.replyAfter(8, 0.01, {8});
+  platform.terminal.replyAfter(10, 0.01, {1});
+  byDate(u"clock");
+  EXPECT_EQ(content(), Bytes{1});  // there the answer may come at once
+}
+
+TEST_F(RecordDownloadTest, TheHostGetsATurnForEveryByte) {
+  platform.time.recordPasses = true;
+  platform.terminal.replyAfter(3, 0.1, Bytes(3));
+  control->GetDataBuff(name());
+  EXPECT_TRUE(transcript().take().ends_with("settings 4800,s,8,1; pump; pump; pump"));
+  EXPECT_EQ(platform.notes.back(), "5 s of silence: the stream has ended after 3 bytes");
+  control->GetDataBuff(name());
+  EXPECT_EQ(platform.notes.back(), "nothing came within 5 s after the request");
 }
 
 TEST_F(RecordDownloadTest, FiveSecondsOfSilenceEndIt) {
@@ -143,32 +138,6 @@ TEST_F(RecordDownloadTest, TheNextCommandGetsItsReplyAfterAFailedDownload) {
   EXPECT_TRUE(control->ResetMem(u"clock"));
 }
 
-TEST_F(RecordDownloadTest, NothingIsTouchedWithoutACarrierOrAConnection) {
-  folder.write("rec.Hex", "old");
-  control->DialupConnection(true);
-  EXPECT_EQ(control->GetData(u"", name()), 0);
-  EXPECT_EQ(control->GetDataBuff(name()), Variant());
-  EXPECT_EQ(byDate(u"clock"), 0);
-  EXPECT_EQ(content(), (Bytes{'o', 'l', 'd'}));
-  control->DialupConnection(false);
-  monitoringOn();
-  platform.time.after(3, [this] { control->WinSockClose(0); });  // the host gives up
-  EXPECT_EQ(control->GetData(u"any", name()), 0);
-  EXPECT_EQ(content(), (Bytes{'o', 'l', 'd'}));
-  EXPECT_TRUE(control->MonitoringON());
-}
-
-TEST_F(RecordDownloadTest, BehindAModemTheSettingsStay) {
-  control->DialupConnection(true);
-  platform.port->carrier = true;
-  platform.port->PortOpen(true);
-  transcript().take();
-  EXPECT_EQ(control->GetData(u"", name()), 1);
-  EXPECT_EQ(transcript().take(),
-            "discard in; discard out; out 01; sleep 50; out 02; sleep 50; out 0F; sleep 50; "
-            "discard in; out FD; sleep 50; discard in");
-}
-
 TEST_F(RecordDownloadTest, AnOlderFileOfTheCheckNameGoesFirst) {
   folder.write("rec.Hex", std::string(1000, 'x'));
   platform.terminal.replyAfter(4, 0.1, record);
@@ -189,9 +158,6 @@ TEST_F(RecordDownloadTest, FileErrorsComeBeforeTheTerminalIsAsked) {
   EXPECT_EQ(errorOf([&] { control->GetData(u"", name("missing/rec.Hex")); }), 76);
   EXPECT_EQ(transcript().take(), "");
   EXPECT_EQ(errorOf([&] { control->GetData(u"", u""); }), 52);
-  EXPECT_EQ(errorOf([&] { control->GetDataByDate(u"", 1, 1, 160, 1, 1, 7, name()); }), 6);
-  EXPECT_EQ(transcript().take(), addressed + std::string("out 19; sleep 50; out 01; sleep 50; "
-                                                         "out 01; sleep 50"));
 }
 
 TEST_F(RecordDownloadTest, ASpeedThatTheLineCannotDoIsThePortsError) {

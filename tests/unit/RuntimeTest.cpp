@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "runtime/Conversion.h"
 #include "runtime/File.h"
 #include "runtime/PackedBcd.h"
@@ -24,11 +26,18 @@ TEST(Conversion, NumericValueReadsTheLeadingPart) {
       {u"", 0},       {u"abc", 0},     {u"12.6", 12.6}, {u" 1 2 3 x4", 123}, {u"-7,5", -7},
       {u"1e2", 100},  {u"1d2", 100},   {u"1e", 1},      {u".5", 0.5},        {u"&H1F", 31},
       {u"&o17", 15},  {u"&", 0},       {u"- 3", -3},    {u"..1", 0},         {u"\u0661", 0},
-      {u"1e-999", 0}, {u"2.3.4", 2.3}, {u"&HG", 0}};
+      {u"1e-999", 0}, {u"2.3.4", 2.3}, {u"&HG", 0},     {u"&h1f", 31},       {u"&O17", 15},
+      {u"&H9A", 154}, {u"&o18", 1},    {u"&HFG", 15},   {u"1E+2", 100},      {u"1D-1", 0.1},
+      {u"+4", 4},     {u"1e 2", 100},  {u"/9", 0},      {u":", 0},           {u"1e", 1}};
   for (const auto& [text, value] : cases) EXPECT_EQ(numericValue(text), value) << toUtf8(text);
 }
 
 TEST(Conversion, IntegersRoundHalfToEvenAndKeepTheirRange) {
+  EXPECT_EQ(toByte(255.4), 255);
+  EXPECT_EQ(toByte(-0.5), 0);
+  EXPECT_EQ(toInteger(32767), 32767);
+  EXPECT_EQ(toInteger(-32768.5), -32768);
+  EXPECT_EQ(errorOf([] { toInteger(-32769); }), 6);
   EXPECT_EQ(toByte(12.5), 12);
   EXPECT_EQ(toByte(13.5), 14);
   EXPECT_EQ(toLong(u"  -2.5 "), -2);
@@ -58,6 +67,80 @@ TEST(Conversion, TimesOfEveryKind) {
     EXPECT_EQ(errorOf([text] { secondsOfDay(std::u16string(text)); }), 13) << toUtf8(text);
   EXPECT_EQ(errorOf([] { secondsOfDay(Variant()); }), 13);
   EXPECT_EQ(errorOf([] { secondsOfDay(Bytes{1}); }), 13);
+}
+
+TEST(Conversion, LikeAnotherValue) {
+  const std::pair<Variant, Variant> cases[] = {{true, std::int16_t{-1}},
+                                               {false, std::int32_t{0}},
+                                               {std::u16string(u"True"), true},
+                                               {std::u16string(u"true"), true},
+                                               {std::u16string(u"False"), false},
+                                               {std::u16string(u"false"), false},
+                                               {std::u16string(u"2"), true},
+                                               {std::int16_t{0}, false},
+                                               {0.5, true},
+                                               {std::int32_t{70000}, std::u16string(u"70000")},
+                                               {true, std::u16string(u"True")},
+                                               {false, std::u16string(u"False")},
+                                               {Variant(), std::u16string()},
+                                               {Variant(), false},
+                                               {Variant(), std::int16_t{0}},
+                                               {1.5, std::int16_t{2}},
+                                               {Time{2.5}, 2.5},
+                                               {-0.25, std::u16string(u"-0.25")}};
+  for (const auto& [value, wanted] : cases)
+    EXPECT_EQ(convertLike(value, wanted), wanted) << wanted.index();
+  EXPECT_EQ(errorOf([] { convertLike(Bytes{1}, std::int16_t{0}); }), 13);
+  EXPECT_EQ(errorOf([] { convertLike(std::int32_t{32768}, std::int16_t{0}); }), 6);
+}
+
+TEST(RunTimeErrors, EveryNumberHasItsText) {
+  std::istringstream texts(
+      R"(5 Invalid procedure call or argument
+6 Overflow
+9 Subscript out of range
+11 Division by zero
+13 Type mismatch
+52 Bad file name or number
+53 File not found
+55 File already open
+57 Device I/O error
+61 Disk full
+62 Input past end of file
+67 Too many files
+70 Permission denied
+75 Path/File access error
+76 Path not found
+340 Control array element doesn't exist
+380 Invalid property value
+387 Set not permitted
+8000 Operation not valid while the port is opened
+8002 Invalid port number
+8005 Port already open
+8010 Hardware not available (locked by another device)
+8012 The device is not open
+8015 Could not set comm state
+8018 Operation valid only when the port is open
+8020 Error reading comm device
+10048 Address in use
+10049 Address not available
+10051 Network unreachable
+10053 Connection aborted
+10054 Connection reset
+10060 Timed out
+10061 Connection refused
+10065 Host unreachable
+11001 Host not found
+40006 Wrong protocol or connection state for the requested transaction or request
+40020 Invalid operation at current state
+40026 Wrong protocol
+1 Error)");
+  int number = 0;
+  for (std::string text; texts >> number >> std::ws && std::getline(texts, text);)
+    EXPECT_EQ(errorText(static_cast<ErrorNumber>(number)), text);
+  EXPECT_STREQ(RunTimeError(ErrorNumber::overflow, "300 is too much").what(),
+               "Overflow: 300 is too much");
+  EXPECT_STREQ(RunTimeError(ErrorNumber::overflow).what(), "Overflow");
 }
 
 TEST(PackedBcd, TensAreNotLimitedToNine) {

@@ -1,0 +1,253 @@
+// Every command of the table against the fakes, on every transport and with every outcome.
+
+#include <regex>
+
+#include "tests/support/Commands.h"
+#include "tests/support/ControlTest.h"
+
+namespace cronvel::test {
+namespace {
+
+const std::u16string serialHost;
+const std::u16string networkHost = u"gate-5000";
+const std::string noCarrierBox = "box ارتباط مودم: ارتباط برقرار نيست. ابتدا شماره گيري كنيد. [OK]";
+
+enum class Line { serial, modem, network };
+
+bool isSettings(const std::string& word) { return word.find(',') != std::string::npos; }
+
+/// A table's byte as an entry of the transcript: with its pause, as often as it comes.
+std::string entryOf(const std::string& word, Line line) {
+  const char mark = word.size() > 2 ? word[2] : ' ';
+  std::string entry = (line == Line::network ? "; send " : "; out ") + word.substr(0, 2);
+  if (mark != '.') entry += mark == '_' ? "; sleep 1000" : "; sleep 50";
+  std::string text;
+  for (int times = mark == 'x' ? std::stoi(word.substr(3)) : 1; times > 0; --times) text += entry;
+  return text;
+}
+
+/// What goes out for a body, from the address on.
+std::string requestOf(const std::string& body, Line line) {
+  std::string settings = "600,s,8,1";
+  std::string text;
+  std::istringstream words(body);
+  for (std::string word; words >> word;) {
+    if (isSettings(word) && text.empty())
+      settings = word;
+    else if (isSettings(word))
+      text += line == Line::serial ? "; settings " + word : "";
+    else if (word == "!")
+      text += line == Line::network ? "" : "; discard in";
+    else if (word != "^")
+      text += word == "~" ? "; sleep 50" : entryOf(word, line);
+  }
+  return entryOf("01", line).substr(2) + (line == Line::serial ? "; settings " + settings : "") +
+         text;
+}
+
+/// The whole exchange on the serial line or the modem.
+std::string exchangeOf(const std::string& body, Line line = Line::serial) {
+  return (line == Line::serial ? "settings 600,m,8,1; open; discard in; " : "discard in; ") +
+         std::string(body[0] == '^' ? "discard out; " : "") + requestOf(body, line);
+}
+
+double pauseAfterLast(const std::string& body) {
+  const std::string entries = requestOf(body, Line::network);
+  const std::string last = entries.substr(entries.rfind("; "));
+  return last.starts_with("; sleep") ? std::stod(last.substr(8)) / 1000 : 0;
+}
+
+class CommandsTest : public ControlTest {
+ protected:
+  CommandsTest() : mBefore(std::filesystem::current_path()) {
+    std::filesystem::current_path(folder.path());
+    folder.write("cards.txt", cardFile);
+  }
+  ~CommandsTest() override { std::filesystem::current_path(mBefore); }
+
+  struct Run {
+    std::string result;
+    std::string transcript;
+    double wait;  ///< seconds beyond the pauses
+    bool monitoring;
+  };
+
+  /// Runs it with a reply so many seconds after the last pause.
+  Run run(const Command& command, const std::u16string& host, const Bytes& reply = {},
+          double delay = 0) {
+    const std::string& body = host.empty() ? command.body : command.networkBody;
+    platform.terminal.startAnew();
+    if (!reply.empty())
+      platform.terminal.replyAfter(bytesOf(body).size() + 1, delay + pauseAfterLast(body), reply);
+    if (command.monitoring != "off") monitoringOn();  // it would take the reply, see below
+    if (platform.sockets->at(0).State() != sckClosed) control->WinSockClose(0);
+    transcript().take();
+    const double start = platform.time.elapsed();
+    Run run{command.call.run(*control, host), transcript().take(), platform.time.elapsed() - start,
+            control->MonitoringON()};
+    const std::regex sleep("sleep (\\d+)");
+    for (std::sregex_iterator i(run.transcript.begin(), run.transcript.end(), sleep), end; i != end;
+         ++i)
+      run.wait -= std::stoi((*i)[1]) / 1000.0;
+    control->MonitoringON(false);
+    platform.time.run(1);  // what comes late is not the next command's
+    if (platform.port->PortOpen()) platform.port->PortOpen(false);
+    return run;
+  }
+
+  /// With every outcome on one line: no reply, a refusal, a reply just in time, one just too late.
+  /// `exchange` is what has to be seen, `extra` the seconds before the wait.
+  template <typename Exchange>
+  void tryOutcomes(const Command& command, const std::u16string& host, double wait, double extra,
+                   Exchange&& exchange) {
+    const Result& result = command.result;
+    struct Outcome {
+      const char* what;
+      Bytes reply;
+      double delay;
+      std::string result;
+    };
+    std::vector<Outcome> outcomes{{"silent", {}, 0, result.silent}};
+    if (wait > 0) {
+      outcomes.push_back({"in time", result.reply, wait - 0.1, result.accepted});
+      outcomes.push_back({"refused", {15}, 0.2, result.refused});
+      outcomes.push_back({"late", result.reply, wait + 0.1, result.silent});
+    }
+    for (const Outcome& outcome : outcomes) {
+      SCOPED_TRACE(command.call.name() + ", " + outcome.what);
+      const bool replied = outcome.delay > 0 && outcome.delay < wait;
+      const std::string expected = exchange(replied);
+      const Run was = run(command, host, outcome.reply, outcome.delay);
+      EXPECT_EQ(was.result, outcome.result);
+      EXPECT_EQ(was.transcript, expected);
+      const double waited = replied ? outcome.delay + (result.isStream ? wait : 0) : wait;
+      EXPECT_NEAR(was.wait, waited + extra, 0.02);
+      EXPECT_EQ(was.monitoring, command.monitoring == "kept" || command.monitoring == "-" ||
+                                    (command.monitoring != "off" && !(replied && host.empty())));
+    }
+  }
+
+  /// Up to the address.
+  std::string openingOf(const Command& command) const {
+    switch (command.network) {
+      case Network::connects:
+        return "connect gate-5000; ";
+      case Network::listens:
+        return "local port 5000; listen; close 0; accept 7; ";
+      case Network::joins:
+        return "local port 8085; protocol 0; local port 5000; listen; close " + socketOf(command) +
+               "; accept 7; ";
+      default:
+        return "listen; close 0; accept 7; ";
+    }
+  }
+  std::int16_t indexOf(const Command& command) const {
+    const int index = command.network == Network::joins ? platform.sockets->upperBound() + 1 : 0;
+    return static_cast<std::int16_t>(index);
+  }
+  std::string socketOf(const Command& command) const { return std::to_string(indexOf(command)); }
+  void connectInAfter(double seconds, std::int16_t index) {
+    platform.time.after(seconds, [this, index] { platform.sockets->connectIn(index); });
+  }
+
+  const TestFolder folder;
+
+ private:
+  std::filesystem::path mBefore;
+};
+
+TEST_F(CommandsTest, OnTheSerialLine) {
+  for (const Command& command : commands()) {
+    if (!command.serial()) continue;
+    const Result& result = command.result;
+    const bool replyIsNew = result.wait > 0 && !result.isStream;
+    tryOutcomes(command, serialHost, result.wait, 0, [&](bool) {
+      return exchangeOf(command.body) + (replyIsNew ? "; discard in" : "");
+    });
+    control->DialupConnection(true);
+    platform.port->carrier = true;
+    platform.port->PortOpen(true);
+    EXPECT_EQ(run(command, serialHost).transcript,
+              exchangeOf(command.body, Line::modem) + (replyIsNew ? "; discard in" : ""))
+        << command.call.name();
+    control->DialupConnection(false);
+  }
+}
+
+TEST_F(CommandsTest, OnTheNetwork) {
+  for (const Command& command : commands()) {
+    if (command.network == Network::none) continue;
+    const bool connects = command.network == Network::connects;
+    const bool staysConnected = command.monitoring == "-";
+    const double connected = connects ? 0 : 9.9;
+    tryOutcomes(command, networkHost, command.networkWait, connected, [&](bool replied) {
+      if (!connects) connectInAfter(connected, indexOf(command));
+      const bool closes = !staysConnected || (!replied && command.networkWait > 0);
+      return openingOf(command) + requestOf(command.networkBody, Line::network) +
+             (closes ? "; close " + socketOf(command) : "");
+    });
+  }
+}
+
+TEST_F(CommandsTest, WhereNobodyConnectsInNothingIsSent) {
+  folder.write("all.Hex", "old");
+  for (const Command& command : commands()) {
+    if (command.network == Network::none || command.network == Network::connects) continue;
+    SCOPED_TRACE(command.call.name());
+    const std::string socket = socketOf(command);
+    const bool limited = command.network != Network::awaits;
+    platform.time.after(10.1, [this] { platform.sockets->connectIn(0); });
+    if (!limited) platform.time.after(3, [this] { control->WinSockClose(0); });  // the host's way
+    const std::string opening = openingOf(command);
+    const Run was = run(command, networkHost);
+    EXPECT_EQ(was.result, command.result.notSent);
+    EXPECT_EQ(was.transcript, opening.substr(0, opening.find("listen")) + "listen; close " +
+                                  socket + (limited ? "" : "; close 0"));
+    EXPECT_NEAR(was.wait, limited ? 10 : 3, 0.02);
+    EXPECT_TRUE(was.monitoring);
+    EXPECT_FALSE(platform.sockets->exists(1));
+  }
+  EXPECT_EQ(folder.read("all.Hex"), "old");
+}
+
+TEST_F(CommandsTest, BehindAModemWithoutCarrierNothingIsSent) {
+  control->DialupConnection(true);
+  folder.write("all.Hex", "old");
+  for (const Command& command : commands())
+    for (const auto& host : {serialHost, networkHost}) {
+      SCOPED_TRACE(command.call.name());
+      if (!command.serial() && host.empty()) continue;
+      monitoringOn();
+      EXPECT_EQ(command.call.run(*control, host), command.result.notSent);
+      EXPECT_EQ(transcript().take(), noCarrierBox);
+      EXPECT_TRUE(control->MonitoringON());
+    }
+  control->MonitoringON(false);
+  control->SetMonitoringOffGroup(u"all", false);
+  EXPECT_TRUE(control->MonitoringON());
+  EXPECT_FALSE(control->ReaderOn());
+  EXPECT_EQ(folder.read("all.Hex"), "old");
+  platform.port->carrier = true;
+  EXPECT_EQ(errorOf([&] { control->ResetMem(serialHost); }), 8018);  // no command opens the port
+}
+
+TEST_F(CommandsTest, WhatFitsNoByteFailsWhenItsTurnComes) {
+  for (const Failure& failure : failures()) {
+    SCOPED_TRACE(failure.call.name() + " " + failure.sent);
+    if (platform.port->PortOpen()) platform.port->PortOpen(false);
+    transcript().take();
+    EXPECT_EQ(errorOf([&] { failure.call.run(*control, serialHost); }), failure.number);
+    const std::string sent = transcript().take();
+    EXPECT_EQ(sent,
+              exchangeOf((sent.find("discard out") < sent.size() ? "^ " : "") + failure.sent));
+    EXPECT_EQ(errorOf([&] { failure.call.run(*control, u"clock"); }), failure.number);
+    EXPECT_EQ(transcript().take(), "connect clock; " + requestOf(failure.sent, Line::network));
+    control->WinSockClose(0);
+  }
+  platform.terminal.startAnew();
+  platform.terminal.replyAfter(4, 0.1, {24});
+  EXPECT_TRUE(control->ResetMem(serialHost));  // and the control is usable afterwards
+}
+
+}  // namespace
+}  // namespace cronvel::test

@@ -1,0 +1,297 @@
+// What the table of the commands cannot say about an exchange.
+
+#include "tests/support/ControlTest.h"
+
+namespace cronvel::test {
+namespace {
+
+const std::u16string serial;
+const std::u16string host = u"10.0.0.9";
+const std::string opened = "settings 600,m,8,1; open; discard in; out 01; sleep 50; ";
+
+using ExchangeTest = ControlTest;
+
+TEST_F(ExchangeTest, AddressesUpTo159) {
+  const std::pair<std::uint8_t, const char*> cases[] = {
+      {0, "out 00"}, {10, "out 10"}, {99, "out 99"}, {159, "out F9"}};
+  for (const auto& [number, out] : cases) {
+    control->DeviceNum(number);
+    control->ResetMem(serial);
+    EXPECT_NE(transcript().take().find(out), std::string::npos) << int{number};
+  }
+  control->DeviceNum(160);
+  monitoringOn();
+  EXPECT_EQ(errorOf([&] { control->ResetMem(serial); }), 5);
+  EXPECT_EQ(transcript().take(), "settings 600,m,8,1; discard in");
+  EXPECT_FALSE(control->MonitoringON());  // nothing is undone
+  EXPECT_EQ(errorOf([&] { control->ResetMem(host); }), 6);
+  EXPECT_EQ(transcript().take(), "connect 10.0.0.9");
+}
+
+TEST_F(ExchangeTest, ErrorsOfThePortLeaveEverythingAsItWas) {
+  monitoringOn();
+  transcript().failAt("open", ErrorNumber::invalidPortNumber);
+  EXPECT_EQ(errorOf([&] { control->ResetMem(serial); }), 8002);
+  EXPECT_FALSE(control->MonitoringON());
+
+  monitoringOn();
+  transcript().failAt("connect 10.0.0.9", ErrorNumber::invalidOperationAtState);
+  EXPECT_EQ(errorOf([&] { control->ResetMem(host); }), 40020);
+  EXPECT_TRUE(control->MonitoringON());  // the connection comes before the hold
+
+  platform.terminal.replyAfter(4, 0.1, {24});
+  EXPECT_TRUE(control->ResetMem(serial));  // and the next command works
+}
+
+TEST_F(ExchangeTest, TheListenPortStandsAfterTheFirstDash) {
+  const std::pair<std::u16string, int> ports[] = {
+      {u"5000", 5000}, {u"gate-5001", 5001}, {u" - 5002 ", 5002}, {u"10.0.0.9-5003.4", 5003}};
+  for (const auto& [text, port] : ports) {
+    EXPECT_FALSE(control->TestConnection(text));
+    EXPECT_EQ(transcript().take(), "local port " + std::to_string(port) + "; listen; close 0");
+  }
+  for (const auto* text : {u"gate", u"-", u"gate-x", u"a-b-5000", u" "}) {
+    monitoringOn();
+    EXPECT_EQ(errorOf([&] { control->TestConnection(text); }), 13);
+    EXPECT_EQ(transcript().take(), "");
+    EXPECT_FALSE(control->MonitoringON());  // the hold came first
+  }
+  control->ResetMem(u" ");
+  EXPECT_EQ(transcript().take().substr(0, 9), "connect  ");  // a blank host is the network
+}
+
+TEST_F(ExchangeTest, OnlyWhatComesInOnePieceInTheWaitIsAReply) {
+  platform.terminal.replyAfter(4, 0.1, {0});
+  platform.terminal.replyAfter(4, 0.2, {24});  // a reply is not put together
+  EXPECT_FALSE(control->ResetMem(serial));
+  platform.time.run(1);
+  platform.terminal.replyAfter(7, 0.04, {24});  // what comes before the last pause ends is noise
+  EXPECT_FALSE(control->TestConnection(serial));
+  platform.time.after(0.01, [this] { platform.sockets->feed(0, {24}); });
+  EXPECT_FALSE(control->ResetMem(host));  // nor is what came before on the network
+}
+
+TEST_F(ExchangeTest, SetDayLightDoesNotHoldMonitoring) {
+  monitoringOn();
+  platform.terminal.replyAfter(7, 0.2, {24});
+  EXPECT_FALSE(control->SetDayLight(serial, 21, 3, 22, 9));
+  ASSERT_EQ(events.monitoring.size(), 1U);  // the host got the reply
+  EXPECT_EQ(events.monitoring[0].bytes, Bytes{24});
+  EXPECT_FALSE(control->MonitoringON());
+}
+
+TEST_F(ExchangeTest, AcrossMidnightItWaitsUntilAReplyComes) {
+  platform.time.setTimeOfDay(86398);
+  platform.terminal.replyAfter(4, 60, {24});
+  EXPECT_TRUE(control->ResetMem(serial));
+}
+
+TEST_F(ExchangeTest, NotesSayWhyACommandEndedAsItDid) {
+  const auto note = [this] { return platform.notes.back(); };
+  control->DeviceNum(12);
+  control->ResetMem(serial);
+  EXPECT_EQ(note(), "no reply within 5 s: nothing came from terminal 12");
+  control->SetReaderOnOff(host, true);
+  EXPECT_EQ(note(), "no reply within 25 s: nothing came from terminal 12");
+  platform.terminal.startAnew();
+  platform.terminal.replyAfter(4, 0.1, {0x0F});
+  platform.terminal.replyAfter(8, 0.1, {24});
+  control->ResetMem(serial);
+  EXPECT_EQ(note(),
+            "reply 15 (0F hex) instead of 24 (18 hex): terminal 12 has refused, or the line is "
+            "disturbed");
+  control->ResetMem(serial);
+  EXPECT_EQ(note(), "reply 24 (18 hex): terminal 12 has done it");
+  control->SetMainGroup(serial, 100);
+  EXPECT_EQ(note(), "group 100 is not sent: groups go from 0 to 99");
+  platform.terminal.startAnew();
+  platform.terminal.replyAfter(3, 0.1, {1, 2});
+  control->GetDeviceProperties(serial);
+  EXPECT_EQ(note(), "2 bytes of properties came");
+  control->TestConnection(u"gate-5000");
+  EXPECT_EQ(note(), "no terminal connected in within 10 s");
+  control->SetMonitoringOnGroup(u"gate-5000", true);
+  EXPECT_EQ(note(), "no terminal connected in within 10 s");
+  platform.time.after(1, [this] { control->WinSockClose(0); });
+  control->SetMonitoringOnOff(host, false);
+  EXPECT_EQ(note(), "no terminal connected in");
+  control->DialupConnection(true);
+  control->ResetMem(serial);
+  EXPECT_EQ(note(), "no modem carrier: dial first, or set DialupConnection to False");
+}
+
+TEST_F(ExchangeTest, AGroupAbove99IsNotSent) {
+  for (const auto group : {&Cronvel::SetMainGroup, &Cronvel::SetSubGroup}) {
+    monitoringOn();
+    EXPECT_FALSE((*control.*group)(host, 100));
+    EXPECT_EQ(transcript().take(), "");
+    EXPECT_FALSE(control->MonitoringON());
+  }
+}
+
+TEST_F(ExchangeTest, TheReaderStateIsKeptBeforeAnythingIsSent) {
+  EXPECT_FALSE(control->SetReaderOnOff(serial, true));
+  EXPECT_TRUE(control->ReaderOn());
+  EXPECT_EQ(container.changed, std::vector<std::string>{"ReaderOn"});
+  monitoringOn();
+  container.userMode = false;
+  EXPECT_EQ(errorOf([&] { control->SetReaderOnOff(host, false); }), 387);
+  EXPECT_TRUE(control->ReaderOn());
+  EXPECT_FALSE(control->MonitoringON());
+  EXPECT_EQ(transcript().take(), "");
+}
+
+TEST_F(ExchangeTest, OddArguments) {
+  const auto sentBy = [this](auto&& call) {
+    call();
+    const std::string sent = transcript().take();
+    const std::size_t body = sent.find("out 02; sleep 50; ") + 18;
+    const std::size_t end = sent.find("; discard in", body);
+    return sent.substr(body, end - body);
+  };
+  // What is missing in a date, or is no digit, is 0; so is a character without a key in a code.
+  EXPECT_EQ(sentBy([&] { control->SetDate(serial, u"1x", 1); }),
+            "out 0B; sleep 50; out 01; sleep 50; out 00; sleep 50; out 00; sleep 50; out 10");
+  EXPECT_EQ(sentBy([&] { control->SetCode10(serial, u"@ /:9"); }),
+            "out 0C; sleep 50; out 30; sleep 50; out 00; sleep 50; out 00; sleep 50; out 00; "
+            "sleep 50; out 07; sleep 50");
+  EXPECT_EQ(sentBy([&] { control->SetCode4(serial, u"@/:"); }),
+            "out 0D; sleep 50; out 17; sleep 50; out 17; sleep 50; out 17; sleep 50");
+  EXPECT_EQ(sentBy([&] { control->SetCode4(serial, u""); }), "out 0D; sleep 50");
+  EXPECT_EQ(sentBy([&] { control->AddCardSimple(serial, u"12.6"); }),
+            "out 2A; sleep 50; out 00; sleep 50; out 13; sleep 50");
+  EXPECT_EQ(sentBy([&] { control->DeleteCardSimple(serial, u"15999"); }),
+            "out 29; sleep 50; out F9; sleep 50; out 99; sleep 50");
+  EXPECT_EQ(
+      sentBy([&] { control->SendMsg(serial, u"65535", std::u16string(40, u'x')); }).substr(0, 53),
+      "out 15; sleep 50; out FF; sleep 50; out FF; sleep 50;");
+  EXPECT_EQ(sentBy([&] { control->SetPersonAccessable(serial, false); }),
+            "out 21; sleep 50; out 54");
+  EXPECT_EQ(sentBy([&] { control->SetReaderOnOff(serial, false); }), "out 11; sleep 50; out 46");
+  EXPECT_EQ(sentBy([&] { control->ReaderOn(false); }), "out 11; sleep 50; out 46");
+  EXPECT_EQ(sentBy([&] { control->MonitoringON(false); }), "out 17; sleep 50; out 46");
+  EXPECT_EQ(errorOf([&] { control->SetTime(serial, u"soon"); }), 13);
+  EXPECT_TRUE(transcript().take().ends_with("out 0A; sleep 50"));
+}
+
+TEST_F(ExchangeTest, TheAlarmScheduleEndsWithItsArray) {
+  EXPECT_EQ(errorOf([&] { control->SetAlarm({1, 2}); }), 9);
+  EXPECT_EQ(transcript().take(), opened +
+                                     "settings 600,s,8,1; out 02; sleep 50; out 16; sleep 50; "
+                                     "out 01; sleep 50; out 02; sleep 50");
+  EXPECT_EQ(errorOf([&] { control->SetAlarm(HostArray<std::uint8_t>(Bytes(72), 1)); }), 9);
+}
+
+TEST_F(ExchangeTest, DevicePropertiesAreGatheredUntilSilence) {
+  Bytes expected{1, 2, 3};
+  expected.resize(101);
+  platform.terminal.replyAfter(3, 0.04, {9});  // before the last pause ends: lost
+  platform.terminal.replyAfter(3, 1, {1, 2});
+  platform.terminal.replyAfter(3, 5.8, {3});
+  EXPECT_EQ(control->GetDeviceProperties(serial), Variant(expected));
+
+  platform.terminal.startAnew();
+  platform.terminal.replyAfter(3, 1, {1, 2, 3});
+  platform.time.after(2, [this] { platform.sockets->connectIn(0); });
+  EXPECT_EQ(control->GetDeviceProperties(u"gate-5000"), Variant(expected));
+  EXPECT_TRUE(events.arrivals.empty());  // a direct reader's data is no event
+
+  platform.terminal.startAnew();
+  platform.terminal.replyAfter(3, 1, Bytes(101, 1));
+  EXPECT_EQ(control->GetDeviceProperties(serial), Variant(Bytes(101, 1)));
+  platform.terminal.startAnew();
+  platform.terminal.replyAfter(3, 1, Bytes(102, 1));
+  monitoringOn();
+  EXPECT_EQ(errorOf([&] { control->GetDeviceProperties(serial); }), 9);
+  EXPECT_FALSE(control->MonitoringON());
+}
+
+TEST_F(ExchangeTest, ACardFilesProgress) {
+  const TestFolder folder;
+  folder.write("cards", "1234\r\n\nabcde,56\n\"  7 \", 12345 ,-5,1e9\r9999.");
+  events.onProgress = [](std::int32_t& value) { value = 99; };  // a host may write there
+  platform.terminal.replyAfter(15, 0.5, {33});
+  EXPECT_EQ(control->AddCardFile(serial, (folder / "cards").u16string()), 33);
+  EXPECT_EQ(events.progress, (std::vector<int>{-3, 1, 2, 3}));
+}
+
+TEST_F(ExchangeTest, FiveThousandCardsInAMixedFile) {
+  const TestFolder folder;
+  std::string text;
+  std::uint32_t sum = 0;
+  const char* const between[] = {"\n", "\r\n", ",", " , ", "\n\n", ",x,", "\r\n12345,", "\n-7\n"};
+  for (int i = 0; i < 5000; ++i) {
+    text += (i % 7 == 0 ? "\"" + std::to_string(i) + "\"" : std::to_string(i)) + between[i % 8];
+    sum += static_cast<std::uint32_t>(i / 1000 * 16 + i / 100 % 10 + i / 10 % 10 * 16 + i % 10);
+  }
+  folder.write("cards", text);
+  control->AddCardFile(host, (folder / "cards").u16string());
+  const std::string sent = transcript().take();
+  std::string expected = "send AA; sleep 50";
+  for (const int shift : {24, 16, 8, 0}) {
+    char entry[32];
+    std::snprintf(entry, sizeof entry, "; send %02X; sleep 50", sum >> shift & 0xFF);
+    expected += entry;
+  }
+  EXPECT_TRUE(sent.ends_with(expected + "; close 0")) << sent.substr(sent.size() - 200);
+}
+
+TEST_F(ExchangeTest, MonitoringOverTheNetworkKeepsItsConnectionWhileItIsOn) {
+  platform.time.after(30, [this] { platform.sockets->connectIn(0); });
+  EXPECT_TRUE(control->SetMonitoringOnOff(u"any", true));
+  platform.sockets->feed(0, {1, 2});
+  platform.time.DoEvents();
+  EXPECT_EQ(events.arrivals.size(), 1U);
+  control->WinSockClose(0);
+  transcript().take();
+  platform.time.after(1, [this] { platform.sockets->connectIn(0); });
+  EXPECT_TRUE(control->SetMonitoringOnOff(u"any", false));
+  EXPECT_EQ(transcript().take(),
+            "listen; close 0; accept 7; send 01; sleep 50; send 02; sleep 50; send 17; sleep 50; "
+            "send 46; close 0");
+}
+
+TEST_F(ExchangeTest, AMonitoredGroupHasASocketForEachTerminal) {
+  EXPECT_FALSE(control->SetMonitoringOnGroup(u"", true));
+  EXPECT_FALSE(control->SetMonitoringOffGroup(u"", true));
+  EXPECT_FALSE(control->MonitoringON());
+  EXPECT_EQ(errorOf([&] { control->SetMonitoringOnGroup(u"dev", true); }), 13);
+  platform.sockets->unload(1);
+  control->WinSockConnectToHost(0, u"clock");
+
+  // A refusal keeps the connection as an acceptance does; silence leaves a closed socket behind.
+  const Bytes replies[] = {{24}, {15}, {}};
+  for (std::int16_t i = 1; i <= 3; ++i) {
+    platform.time.after(1, [this, i] { platform.sockets->connectIn(i); });
+    platform.terminal.startAnew();
+    if (i < 3) platform.terminal.replyAfter(4, 0.1, replies[i - 1]);
+    EXPECT_EQ(control->SetMonitoringOnGroup(u"dev-9000", true), i == 1);
+    EXPECT_EQ(platform.sockets->at(i).state, i < 3 ? sckConnected : sckClosed);
+  }
+  platform.sockets->load(4);
+  platform.sockets->at(4).state = sckConnected;
+  platform.sockets->unload(2);  // a gap is passed over
+  transcript().take();
+  platform.time.after(1, [this] { EXPECT_EQ(platform.sockets->at(1).state, sckConnected); });
+  EXPECT_TRUE(control->SetMonitoringOffGroup(u"all", false));
+  const std::string switchOff = "send 01; sleep 50; send 02; sleep 50; send 17; sleep 50; send 46";
+  EXPECT_EQ(transcript().take(), switchOff + "; close 1; " + switchOff + "; close 4");
+  EXPECT_FALSE(platform.sockets->exists(1) || platform.sockets->exists(4));
+  EXPECT_TRUE(platform.sockets->exists(3));
+  EXPECT_EQ(platform.sockets->at(0).state, sckConnected);  // not of the group
+  EXPECT_FALSE(control->MonitoringON());
+  EXPECT_EQ(container.changed.back(), "MonitoringON");
+}
+
+TEST_F(ExchangeTest, StartMonitoringGroupIsAlwaysTrue) {
+  platform.sockets->load(2);
+  control->WinSockRemoteHost(u"clock");
+  EXPECT_TRUE(control->StartMonitoringGroup());
+  EXPECT_EQ(transcript().take(), "connect clock; send 00");
+  transcript().failAt("connect clock", ErrorNumber::hostNotFound);
+  platform.sockets->at(2).state = sckClosed;
+  EXPECT_TRUE(control->StartMonitoringGroup());
+}
+
+}  // namespace
+}  // namespace cronvel::test

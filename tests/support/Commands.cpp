@@ -89,7 +89,7 @@ const std::vector<Command>& commands() {
       {call(MEMBER(GetDeviceProperties)), "^ 02 18 600,s,8,1 !", listens, kept, block101},
       {call(MEMBER(SetAlarm), timetable()), timetableBody(), none, kept, nothing},
       {call(MEMBER(AddCardSimple), u"1234"), "02 2A 12 34", connects, kept, cardReply},
-      {call(MEMBER(DeleteCardSimple), u"12345"), "02 29 C3 45", connects, kept, cardReply},
+      {call(MEMBER(DeleteCardSimple), u"1234"), "02 29 12 34", connects, kept, cardReply},
       {call(MEMBER(DeleteCardAll)), "02 28 54.", connects, kept, cardReply},
       {call(MEMBER(AddCardFile), u"cards.txt"),
        "02 2B 9600,s,8,1 AA ~ 00 01 ~ 00 02 ~ 00 03 ~ 00 04 ~ 00 56 AA 00 00 00 60 600,s,8,1",

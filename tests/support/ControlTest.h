@@ -31,26 +31,32 @@ class RecordingEvents : public __Cronvel {
     Bytes bytes;
     std::int32_t length;
     std::u16string host;
+    std::u16string address;
     int counters;
   };
   void WinSockCurrentState(std::int16_t CurrentState) override { states.push_back(CurrentState); }
-  void WinSockError(std::int16_t number, std::u16string&, std::int32_t, const std::u16string&,
-                    const std::u16string&, std::int32_t, bool&) override {
-    errors.push_back(number);
+  void WinSockError(std::int16_t number, std::u16string& description, std::int32_t scode,
+                    const std::u16string& source, const std::u16string& helpFile,
+                    std::int32_t helpContext, bool& cancelDisplay) override {
+    errors += std::to_string(number) +
+              toUtf8(u"," + description + u"," + source + u"," + helpFile) + "," +
+              std::to_string(scode) + "," + std::to_string(helpContext) +
+              (cancelDisplay ? "!" : "");
   }
-  void WinSockDataReceived(Bytes& bytes, std::int32_t length, std::u16string& host, std::u16string&,
-                           std::int16_t& loops, std::int32_t& calls) override {
-    arrivals.push_back({bytes, length, host, loops + calls});
+  void WinSockDataReceived(Bytes& bytes, std::int32_t length, std::u16string& host,
+                           std::u16string& address, std::int16_t& loops,
+                           std::int32_t& calls) override {
+    arrivals.push_back({bytes, length, host, address, loops + calls});
     bytes.assign(5, 0xEE);  // a host may write there; it must do no harm
     if (onArrival) onArrival();
   }
   void DataReceivedForMonitoring(Bytes& bytes, std::int16_t length) override {
-    monitoring.push_back({bytes, length, {}, 0});
+    monitoring.push_back({bytes, length, {}, {}, 0});
   }
   void AddFileProgressInit(std::int32_t& nMax) override { note(-nMax, nMax); }
   void AddFileProgressInc(std::int32_t& nValue) override { note(nValue, nValue); }
   std::vector<std::int16_t> states;
-  std::vector<std::int16_t> errors;
+  std::string errors;  ///< everything that each one told
   std::vector<Arrival> arrivals;
   std::vector<Arrival> monitoring;
   std::function<void()> onArrival;
@@ -91,6 +97,17 @@ class ControlTest : public testing::Test {
       return static_cast<int>(error.number());
     }
     return 0;
+  }
+
+  /// The text of the error that the call ends with.
+  template <typename Call>
+  static std::string messageOf(Call&& call) {
+    try {
+      call();
+    } catch (const RunTimeError& error) {
+      return error.what();
+    }
+    return {};
   }
 
   FakePlatform platform;

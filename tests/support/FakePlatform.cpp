@@ -30,8 +30,6 @@ void Transcript::add(const std::string& entry) {
   throw RunTimeError(number, "planned at " + entry);
 }
 
-std::string Transcript::take() { return std::exchange(mText, {}); }
-
 double VirtualTime::Timer() {
   mNow += stepPerRead;
   return static_cast<double>(mNow % 86'400'000'000) / 1e6;
@@ -106,28 +104,11 @@ void FakeSerialPort::raise(std::int16_t commEvent) {
   if (mHandler) mHandler();
 }
 
-void FakeSerialPort::CommPort(std::int16_t number) {
-  mTranscript.add("port " + std::to_string(number));
-  mNumber = number;
-}
-
-void FakeSerialPort::Settings(std::string_view settings) {
-  mSettings = settings;
-  mTranscript.add("settings " + mSettings);
-}
-
-void FakeSerialPort::PortOpen(bool open) {
-  mTranscript.add(open ? "open" : "close");
-  mOpen = open;
-}
-
 void FakeSerialPort::InBufferCount(std::int32_t /*count*/) {
   mTranscript.add("discard in");
   requireOpen();
   mReceived.clear();
 }
-
-void FakeSerialPort::OutBufferCount(std::int32_t /*count*/) { mTranscript.add("discard out"); }
 
 void FakeSerialPort::Output(std::span<const std::uint8_t> bytes) {
   mTranscript.add("out" + hex(bytes));
@@ -135,38 +116,11 @@ void FakeSerialPort::Output(std::span<const std::uint8_t> bytes) {
   mTerminal.received(bytes, [this](const Bytes& reply) { feed(reply); });
 }
 
-Bytes FakeSerialPort::Input() { return std::exchange(mReceived, {}); }
-
-void FakeSerialPort::DTREnable(bool enable) {
-  mTranscript.add(enable ? "dtr on" : "dtr off");
-  setup.DTREnable = enable;
-}
-
 void FakeSerialPort::requireOpen() const {
   if (!mOpen) throw RunTimeError(ErrorNumber::portNotOpen);
 }
 
 void FakeSocket::add(const std::string& entry) { mArray.transcript.add(entry); }
-
-void FakeSocket::Protocol(std::int16_t protocol) {
-  add("protocol " + std::to_string(protocol));
-  mProtocol = protocol;
-}
-
-void FakeSocket::LocalPort(std::int32_t port) {
-  add("local port " + std::to_string(port));
-  mLocalPort = port;
-}
-
-void FakeSocket::RemotePort(std::int32_t port) {
-  add("remote port " + std::to_string(port));
-  mRemotePort = port;
-}
-
-void FakeSocket::RemoteHost(const std::u16string& host) {
-  add("remote host " + toUtf8(host));
-  mRemoteHost = host;
-}
 
 void FakeSocket::Listen() {
   add("listen");
@@ -197,8 +151,6 @@ void FakeSocket::SendData(std::span<const std::uint8_t> bytes) {
                            [&array = mArray, i = mIndex](const Bytes& b) { array.feed(i, b); });
 }
 
-Bytes FakeSocket::GetData() { return std::exchange(received, {}); }
-
 void FakeSocket::Close() {
   add("close " + std::to_string(mIndex));
   state = sckClosed;
@@ -224,7 +176,7 @@ void FakeSocketArray::fail(std::int16_t index, std::int16_t number, const std::u
   at(index).state = sckError;
   std::u16string description = text;
   bool cancelDisplay = false;
-  events->Error(index, number, description, 0, u"socket", u"", 0, cancelDisplay);
+  events->Error(index, number, description, 1, u"socket", u"help", 2, cancelDisplay);
   transcript.add(cancelDisplay ? "no box" : "box");
 }
 

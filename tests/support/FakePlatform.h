@@ -9,11 +9,13 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/Container.h"
 #include "platform/Platform.h"
 #include "runtime/RunTimeError.h"
+#include "runtime/Text.h"
 
 namespace cronvel::test {
 
@@ -22,8 +24,14 @@ class Transcript {
  public:
   /// Writes an entry down. Raises the error that was planned for it.
   void add(const std::string& entry);
+  /// The same for a value that is kept unless that happens.
+  template <typename Value>
+  void set(Value& field, const Value& value, const std::string& entry) {
+    add(entry);
+    field = value;
+  }
   /// Everything since the last call.
-  std::string take();
+  std::string take() { return std::exchange(mText, {}); }
   /// The next entry of that text raises the error, after it was written down.
   void failAt(const std::string& entry, ErrorNumber number) { mFailures[entry] = number; }
 
@@ -105,24 +113,31 @@ class FakeSerialPort : public SerialPort {
   void feed(const Bytes& bytes);  ///< bytes arrive; the event comes in the next pass
   void raise(std::int16_t commEvent);
   bool carrier = false;
+  std::function<bool()> onCarrierLook;  ///< answers instead, if there is one
   SerialPortSetup setup;
 
   void configure(const SerialPortSetup& newSetup) override { setup = newSetup; }
   std::int16_t CommPort() const override { return mNumber; }
-  void CommPort(std::int16_t number) override;
+  void CommPort(std::int16_t number) override {
+    mTranscript.set(mNumber, number, "port " + std::to_string(number));
+  }
   std::string Settings() const override { return mSettings; }
-  void Settings(std::string_view settings) override;
+  void Settings(std::string_view settings) override {
+    mTranscript.set(mSettings, std::string(settings), "settings " + std::string(settings));
+  }
   bool PortOpen() const override { return mOpen; }
-  void PortOpen(bool open) override;
+  void PortOpen(bool open) override { mTranscript.set(mOpen, open, open ? "open" : "close"); }
   std::int32_t InBufferCount() override { return static_cast<std::int32_t>(mReceived.size()); }
   void InBufferCount(std::int32_t count) override;
   std::int32_t OutBufferCount() override { return 0; }
-  void OutBufferCount(std::int32_t count) override;
+  void OutBufferCount(std::int32_t) override { mTranscript.add("discard out"); }
   void Output(std::span<const std::uint8_t> bytes) override;
-  Bytes Input() override;
-  bool CDHolding() override { return carrier; }
+  Bytes Input() override { return std::exchange(mReceived, {}); }
+  bool CDHolding() override { return onCarrierLook ? onCarrierLook() : carrier; }
   bool DTREnable() const override { return setup.DTREnable; }
-  void DTREnable(bool enable) override;
+  void DTREnable(bool enable) override {
+    mTranscript.set(setup.DTREnable, enable, enable ? "dtr on" : "dtr off");
+  }
   std::int16_t CommEvent() const override { return mCommEvent; }
   void onComm(std::function<void()> handler) override { mHandler = std::move(handler); }
 
@@ -150,13 +165,16 @@ class FakeSocket : public Socket {
   Bytes received;
 
   std::int16_t Protocol() const override { return mProtocol; }
-  void Protocol(std::int16_t protocol) override;
+  void Protocol(std::int16_t protocol) override { set(mProtocol, protocol, "protocol "); }
   std::int32_t LocalPort() const override { return mLocalPort; }
-  void LocalPort(std::int32_t port) override;
+  void LocalPort(std::int32_t port) override { set(mLocalPort, port, "local port "); }
   std::int32_t RemotePort() const override { return mRemotePort; }
-  void RemotePort(std::int32_t port) override;
+  void RemotePort(std::int32_t port) override { set(mRemotePort, port, "remote port "); }
   std::u16string RemoteHost() const override { return mRemoteHost; }
-  void RemoteHost(const std::u16string& host) override;
+  void RemoteHost(const std::u16string& host) override {
+    add("remote host " + toUtf8(host));
+    mRemoteHost = host;
+  }
   std::u16string RemoteHostIP() const override { return u"10.0.0.9"; }
   std::u16string LocalIP() const override { return u"10.0.0.1"; }
   std::int16_t State() const override { return state; }
@@ -166,11 +184,16 @@ class FakeSocket : public Socket {
   void Connect() override;
   void Connect(const std::u16string& host) override;
   void SendData(std::span<const std::uint8_t> bytes) override;
-  Bytes GetData() override;
+  Bytes GetData() override { return std::exchange(received, {}); }
   void Close() override;
 
  private:
   void add(const std::string& entry);
+  template <typename Number>
+  void set(Number& field, Number value, const std::string& label) {
+    add(label + std::to_string(value));
+    field = value;
+  }
 
   FakeSocketArray& mArray;
   std::int16_t mIndex;

@@ -14,7 +14,7 @@ std::string shellQuoted(const std::string& text) { return "'" + text + "'"; }
 int shell(const std::string& command) { return std::system(command.c_str()); }
 
 bool waitUntil(const std::function<bool()>& condition) {
-  for (int i = 0; i < 200; ++i) {
+  for (int i = 0; i < 3000; ++i) {
     if (condition()) return true;
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }

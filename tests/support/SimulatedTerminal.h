@@ -11,7 +11,7 @@ namespace cronvel::test {
 std::string shellQuoted(const std::string& text);
 /// The command's exit status as the system reports it.
 int shell(const std::string& command);
-/// Looks again and again for some seconds.
+/// Looks again and again, for a minute at most.
 bool waitUntil(const std::function<bool()>& condition);
 
 /// A running cronvel-terminal, ended with this.

@@ -15,7 +15,7 @@
 
 namespace cronvel::test {
 
-/// The real platform with hardly any pauses and a clock that runs three times as fast, for
+/// The real platform with hardly any pauses and a clock that runs twice as fast, for
 /// conversations where nothing hangs on them. Its message boxes answer themselves.
 class HastyPlatform : public TracingPlatform {
  public:
@@ -30,7 +30,7 @@ class HastyPlatform : public TracingPlatform {
   struct HastyClock : Clock {
     HastyClock(Clock& clock, const bool& keepsPauses)
         : inner(clock), start(clock.Timer()), keeps(keepsPauses) {}
-    double Timer() override { return start + (inner.Timer() - start) * 3; }
+    double Timer() override { return start + (inner.Timer() - start) * 2; }
     void sleep(std::int32_t milliseconds) override { inner.sleep(keeps ? milliseconds : 1); }
     Clock& inner;
     double start;

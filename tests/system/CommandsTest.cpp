@@ -25,7 +25,8 @@ class CommandsTest : public SystemTest {
     EXPECT_EQ(isArray ? result.substr(0, result.find(' ')) : result,
               isArray ? expected.substr(0, expected.find(' ')) : expected);
     EXPECT_TRUE(waitUntil([&] { return journal("command").size() > before; }));
-    return journal("command").back();
+    const auto seen = journal("command");
+    return seen.size() > before ? seen.back() : nlohmann::json();
   }
 
  private:

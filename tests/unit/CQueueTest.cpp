@@ -78,6 +78,15 @@ TEST_F(CQueueTest, WhatDoesNotFitLeavesTheQueueBusy) {
     EXPECT_EQ(errorOf([&] { broken.PutData(Bytes(31), 1, u""); }), std::nullopt);
     EXPECT_TRUE(broken.IsQueueEmpty());
   }
+  try {
+    queue.PutData(Bytes(31), 1, u"");
+  } catch (const RunTimeError& error) {
+    EXPECT_STREQ(error.what(),
+                 "Subscript out of range: a message of the queue holds 30 bytes at most; split it");
+  }
+}
+
+TEST_F(CQueueTest, ALengthThatWasTooLongIsNoticedWhenItIsTaken) {
   queue.PutData({1}, 31, u"");
   EXPECT_EQ(errorOf([&] { get(); }), ErrorNumber::subscriptOutOfRange);
   EXPECT_EQ(get(), Message());

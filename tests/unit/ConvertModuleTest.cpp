@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
-
 #include "runtime/CodePage1256.h"
 #include "runtime/Text.h"
 
@@ -11,13 +9,13 @@ namespace cronvel {
 namespace {
 
 TEST(CodePage1256, EveryByteThereAndBack) {
-  std::set<char16_t> characters;
+  int sum = 0;  // of Python's table of the code page
   for (int byte = 0; byte < 256; ++byte) {
     const char16_t character = fromCodePage1256(static_cast<std::uint8_t>(byte));
-    characters.insert(character);
+    sum += (byte + 1) * character;
     EXPECT_EQ(toCodePage1256(character), byte);
   }
-  EXPECT_EQ(characters.size(), 256U);
+  EXPECT_EQ(sum, 49'303'428);
   EXPECT_EQ(toCodePage1256(u"A~\u20ACپچژگکء\u200C\u200Fé؟ے"),
             (Bytes{65, 126, 128, 129, 141, 142, 144, 152, 193, 157, 254, 233, 191, 255}));
   EXPECT_EQ(toCodePage1256(u"\u06CC\u0660\u4E2D\U0001F600\u0080"),

@@ -141,6 +141,32 @@ TEST_F(ExchangeTest, TheReaderStateIsKeptBeforeAnythingIsSent) {
   EXPECT_EQ(transcript().take(), "");
 }
 
+TEST_F(ExchangeTest, ErrorsSayWhichValueWasWrong) {
+  const auto timeError = [this](const Variant& time) {
+    return messageOf([&] { control->SetTime(serial, time); });
+  };
+  EXPECT_EQ(timeError(u"noon"), "Type mismatch: \"noon\" is not a time such as 23:59:07");
+  EXPECT_EQ(timeError(u"13:00 PM"),
+            "Type mismatch: \"13:00 PM\" is not a time such as 11:59:07 PM");
+  EXPECT_EQ(timeError(Bytes{1}), "Type mismatch: a byte array is not a number");
+  EXPECT_EQ(timeError(Variant()), "Type mismatch: no time was given");
+  EXPECT_EQ(messageOf([&] { control->TestConnection(u"gate"); }),
+            "Type mismatch: \"gate\" is not a number");
+  EXPECT_EQ(messageOf([&] { control->SetDayLight(serial, 160, 1, 1, 1); }),
+            "Overflow: 256 is outside 0 to 255");
+  EXPECT_EQ(messageOf([&] { control->SetAlarm({1}); }),
+            "Subscript out of range: the array has no element 1");
+  EXPECT_EQ(messageOf([&] { control->CheckIntegrity(u"", true); }),
+            "Bad file name or number: the file name is empty");
+  control->DeviceNum(160);
+  EXPECT_EQ(messageOf([&] { control->ResetMem(serial); }),
+            "Invalid procedure call or argument: 256 is no character code from 0 to 255");
+  container.userMode = false;
+  EXPECT_EQ(messageOf([&] { control->BPS(u"600"); }),
+            "Set not permitted: this property can only be set while the program runs, not in a "
+            "designer");
+}
+
 TEST_F(ExchangeTest, OddArguments) {
   const auto sentBy = [this](auto&& call) {
     call();
@@ -202,7 +228,8 @@ TEST_F(ExchangeTest, DevicePropertiesAreGatheredUntilSilence) {
   platform.terminal.startAnew();
   platform.terminal.replyAfter(3, 1, Bytes(102, 1));
   monitoringOn();
-  EXPECT_EQ(errorOf([&] { control->GetDeviceProperties(serial); }), 9);
+  EXPECT_EQ(messageOf([&] { control->GetDeviceProperties(serial); }),
+            "Subscript out of range: the terminal sent more than 101 bytes of properties");
   EXPECT_FALSE(control->MonitoringON());
 }
 

@@ -69,6 +69,7 @@ TEST_F(NetworkLinkTest, ArrivedDataIsAnnouncedWithZeroCounters) {
   EXPECT_EQ(events.arrivals[0].bytes, (Bytes{1, 2, 3}));
   EXPECT_EQ(events.arrivals[0].length, 3);
   EXPECT_EQ(events.arrivals[0].host, u"clock");
+  EXPECT_EQ(events.arrivals[0].address, u"10.0.0.9");
   EXPECT_EQ(events.arrivals[0].counters, 0);
 }
 
@@ -84,7 +85,7 @@ TEST_F(NetworkLinkTest, AHandlerMayUnloadTheSocketThatItHearsFrom) {
 
 TEST_F(NetworkLinkTest, ErrorsAreReportedAndTheSocketShowsNoBoxOfItsOwn) {
   platform.sockets->fail(0, 10061, u"Connection refused");
-  EXPECT_EQ(events.errors, (std::vector<std::int16_t>{10061}));
+  EXPECT_EQ(events.errors, "10061,Connection refused,socket,help,1,2");
   EXPECT_EQ(transcript().take(), "no box");
 }
 

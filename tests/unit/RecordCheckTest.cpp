@@ -117,11 +117,11 @@ TEST_F(RecordCheckTest, TheTrailersCountMayBe10Off) {
                         {{0, 0, 1, 0, 20, 1}, 20},       // the third byte counts 32767,
                         {{0, 200, 0, 0, 0, 1}, 32567},   //
                         {{0xFF, 0xF0, 0, 0, 5, 0}, 20},  // and a ring's end comes before its start
-                        {{0, 1, 0, 0, 0, 0}, 65534}};
+                        {{0, 1, 0, 0, 0, 0}, 65534},    {{0, 1, 0, 0, 1, 0}, 0}};
   for (const auto& [positions, records] : cases)
     for (const int difference : {-11, -10, 10, 11}) {
       const int count = records + difference;
-      if (count > 0xFFFF) continue;
+      if (count < 0 || count > 0xFFFF) continue;
       const Bytes stream = Bytes{0xE3} + positions +
                            Bytes{static_cast<std::uint8_t>(count / 256),
                                  static_cast<std::uint8_t>(count % 256), 0, 0, 0xE3};
@@ -132,7 +132,9 @@ TEST_F(RecordCheckTest, TheTrailersCountMayBe10Off) {
 
 TEST_F(RecordCheckTest, WhatBelongsToNoRecordOverflows) {
   EXPECT_NO_THROW(check(Bytes(21, 0x11)));
-  EXPECT_EQ(errorOf([&] { check(Bytes(22, 0x11)); }), 9);
+  EXPECT_EQ(messageOf([&] { check(Bytes(22, 0x11)); }),
+            "Subscript out of range: more than 21 bytes that belong to no record; this is not a "
+            "terminal's record file, or the identifier length is wrong");
   EXPECT_EQ(errorOf([&] { check(oneRecordTrailer + Bytes(11, 0)); }), 9);
   control->IdLen(38);
   EXPECT_NO_THROW(check(Bytes{0xED} + Bytes(42, 0x11)));

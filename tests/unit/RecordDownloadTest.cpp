@@ -85,6 +85,11 @@ TEST_F(RecordDownloadTest, TheHostGetsATurnForEveryByte) {
   EXPECT_EQ(platform.notes.back(), "5 s of silence: the stream has ended after 3 bytes");
   control->GetDataBuff(name());
   EXPECT_EQ(platform.notes.back(), "nothing came within 5 s after the request");
+  platform.terminal.startAnew();
+  platform.terminal.replyAfter(3, 0.1, record);
+  transcript().failAt("pump", ErrorNumber::deviceIoError);
+  EXPECT_EQ(errorOf([&] { control->GetDataBuff(name()); }), 57);
+  EXPECT_EQ(content(), record);  // the block was there before
 }
 
 TEST_F(RecordDownloadTest, FiveSecondsOfSilenceEndIt) {
@@ -97,6 +102,13 @@ TEST_F(RecordDownloadTest, FiveSecondsOfSilenceEndIt) {
   platform.terminal.replyAfter(4, 5.1, record);  // the wait before the first byte counts too
   EXPECT_EQ(control->GetData(u"", name()), 1);
   EXPECT_EQ(content(), Bytes{});
+}
+
+TEST_F(RecordDownloadTest, ABlockThatCameWhileAHandlerWasSlowIsTaken) {
+  platform.terminal.replyAfter(4, 5.1, record);
+  platform.time.after(5.15, [this] { platform.time.sleep(300); });
+  control->GetData(u"", name());
+  EXPECT_EQ(content(), record);
 }
 
 TEST_F(RecordDownloadTest, OnlyGetDataTestsTheCount) {

@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <sstream>
 
 #include "runtime/Conversion.h"
 #include "runtime/File.h"
+#include "runtime/HostArray.h"
 #include "runtime/PackedBcd.h"
 #include "runtime/RunTimeError.h"
 #include "runtime/Text.h"
@@ -57,15 +59,19 @@ TEST(Conversion, TimesOfEveryKind) {
                                            {std::u16string(u"11:59:07 PM"), 86347},
                                            {std::u16string(u"12:00 am"), 0},
                                            {std::u16string(u"12 PM"), 43200},
+                                           {std::u16string(u"9pm"), 75600},
+                                           {std::u16string(u"01:59:59 Am"), 7199},
                                            {Time{45000.5}, 43200},
                                            {0.25, 21600},
                                            {Time{-1.25}, 21600},
                                            {Time{86399.6 / 86400}, 0},
                                            {std::int16_t{3}, 0}};
   for (const auto& [value, seconds] : cases) EXPECT_EQ(secondsOfDay(value), seconds);
-  for (const auto* text : {u"", u"noon", u"24:00", u"7:60", u"13:00 PM", u"1:2:3:4", u"7", u"12:"})
+  for (const auto* text : {u"", u"noon", u"24:00", u"7:60", u"13:00 PM", u"1:2:3:4", u"7", u"12:",
+                           u"0:30 AM", u"23:59:60", u"123:00", u"m", u"xm", u"3 xm", u"1.5"})
     EXPECT_EQ(errorOf([text] { secondsOfDay(std::u16string(text)); }), 13) << toUtf8(text);
   EXPECT_EQ(errorOf([] { secondsOfDay(Variant()); }), 13);
+  EXPECT_EQ(errorOf([] { secondsOfDay(HUGE_VAL); }), 6);
   EXPECT_EQ(errorOf([] { secondsOfDay(Bytes{1}); }), 13);
 }
 
@@ -151,8 +157,19 @@ TEST(PackedBcd, TensAreNotLimitedToNine) {
   EXPECT_EQ(errorOf([] { bcdByte(160); }), 6);
 }
 
+TEST(HostArrays, KeepTheHostsIndexes) {
+  const HostArray<std::uint8_t> array({5, 6}, 3);
+  EXPECT_EQ(array.at(3) * 10 + array.at(4), 56);
+  for (const int index : {2, 5, -3}) EXPECT_EQ(errorOf([&] { array.at(index); }), 9);
+}
+
 TEST(Text, Utf8AndUtf16) {
   EXPECT_EQ(toUtf16("ارتباط"), u"ارتباط");
+  const std::u16string borders = u"\u007F\u0080\u07FF\u0800\uD7FF\uE000\uFFFF\U00010000\U0010FFFF";
+  EXPECT_EQ(toUtf16(toUtf8(borders)), borders);
+  EXPECT_EQ(toUtf8(borders).size(), 1U + 2 + 2 + 3 + 3 + 3 + 3 + 4 + 4);
+  EXPECT_EQ(toUtf16("\xF4\x90\x80\x80\xF0\x8F\xBF\xBF\xE0\x9F\xBF\xC1\xBF\xED\xA0\x80\xE2\x82"),
+            std::u16string(18, u'\xFFFD'));
   EXPECT_EQ(toUtf8(u"\U0001F600 ك"), "\U0001F600 ك");
   EXPECT_EQ(toUtf16("\xC3\x28 \xED\xA0\x80 \xF5"), u"\xFFFD( \xFFFD\xFFFD\xFFFD \xFFFD");
   EXPECT_EQ(toUtf8(u"\xD800x"), "\xEF\xBF\xBDx");

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iostream>
 #include <optional>
+#include <set>
 
 #include "runtime/Text.h"
 #include "tests/support/Commands.h"
@@ -47,7 +48,7 @@ class NativeCaller : public Caller, private __Cronvel {
   void hear(const std::string& what, std::size_t count) override {
     waitFor(5000, [&] { return mHeard.size() >= count; });
     std::cout << what << ':';
-    for (std::size_t i = 0; i < mHeard.size(); ++i) {
+    for (std::size_t i = 0; i < std::min(count, mHeard.size()); ++i) {
       const bool isTime = what == "live event" && (i == 5 || i == 6);
       std::cout << ' ' << (isTime ? "*" : std::to_string(mHeard[i]));
     }
@@ -140,17 +141,16 @@ class ScriptCaller : public Caller {
   int mArrays = 0;
 };
 
-/// The commands that get their connection in one of these ways, but for those of monitoring.
-void walk(Caller& c, const Host& host, std::initializer_list<Network> ways) {
-  for (const auto& [device, form] :
-       {std::pair<std::uint8_t, Form>{1, Form::values}, {std::uint8_t{2}, Form::variables}}) {
-    c.say(put(MEMBER(DeviceNum), device));
-    for (const Command& command : commands()) {
-      if (command.monitoring == "-" ||
-          std::find(ways.begin(), ways.end(), command.network) == ways.end())
-        continue;
-      c.say(command.call, host, form);
-      if (command.result.wait == 0) c.sleep(1000);  // the terminal waits for its end
+/// The commands that get their connection in one of these ways, but for those of monitoring. From
+/// the last on: the downloads stand behind the command that erases what they fetch.
+void walk(Caller& c, const Host& host, const std::set<Network>& ways,
+          std::uint8_t secondDevice = 2) {
+  for (const Form form : {Form::values, Form::variables}) {
+    c.say(put(MEMBER(DeviceNum), form == Form::values ? std::uint8_t{1} : secondDevice));
+    for (auto command = commands().rbegin(); command != commands().rend(); ++command) {
+      if (command->monitoring == "-" || !ways.contains(command->network)) continue;
+      c.say(command->call, host, form);
+      if (command->result.wait == 0) c.sleep(1000);  // the terminal waits for its end
     }
   }
   c.say(put(MEMBER(DeviceNum), 1));
@@ -254,7 +254,7 @@ void listening(Caller& c, std::int32_t localPort, std::int32_t terminalPort) {
   c.say(call(MEMBER(WinSockClose), 0));
 
   times(c, hostOf(localPort));
-  walk(c, hostOf(localPort), {Network::listens, Network::awaits});
+  walk(c, hostOf(localPort), {Network::listens, Network::awaits}, 1);
   c.say(call(MEMBER(TestConnection)), u"terminal-port");
   monitoring(c, u"any");
   c.say(put(MEMBER(DeviceNum), 2));

@@ -67,6 +67,7 @@ Sub Hear(what, count)
   Next
   text = what & ":"
   For n = 1 To UBound(bytes)
+    If n > count Then Exit For
     If what = "live event" And (n = 6 Or n = 7) Then bytes(n) = "*"
     text = text & " " & bytes(n)
   Next

@@ -87,7 +87,7 @@ TEST_F(ExchangeTest, AcrossMidnightItWaitsUntilAReplyComes) {
 }
 
 TEST_F(ExchangeTest, NotesSayWhyACommandEndedAsItDid) {
-  const auto note = [this] { return platform.notes.back(); };
+  const auto note = [this] { return control->notes().last(); };
   control->DeviceNum(12);
   control->ResetMem(serial);
   EXPECT_EQ(note(), "no reply within 5 s: nothing came from terminal 12");
@@ -118,6 +118,7 @@ TEST_F(ExchangeTest, NotesSayWhyACommandEndedAsItDid) {
   control->DialupConnection(true);
   control->ResetMem(serial);
   EXPECT_EQ(note(), "no modem carrier: dial first, or set DialupConnection to False");
+  EXPECT_EQ(platform.notes.back(), note());  // the trace hears them too
 }
 
 TEST_F(ExchangeTest, AGroupAbove99IsNotSent) {

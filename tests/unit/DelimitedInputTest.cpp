@@ -4,7 +4,6 @@
 
 #include <vector>
 
-#include "runtime/RunTimeError.h"
 #include "tests/support/TestFolder.h"
 
 namespace cronvel {
@@ -61,16 +60,6 @@ TEST(DelimitedInput, FieldsAndSeparatorsOverBlockEnds) {
   ASSERT_EQ(fields.size(), 10001U);
   for (std::size_t i = 1; i < 10000; ++i) ASSERT_EQ(fields[i], "123") << i;
   EXPECT_EQ(fields.back(), std::string(10000, 'y'));
-}
-
-TEST(DelimitedInput, MissingFile) {
-  const test::TestFolder folder;
-  try {
-    DelimitedInput input(folder / "cards.txt");
-    FAIL();
-  } catch (const RunTimeError& error) {
-    EXPECT_EQ(error.number(), ErrorNumber::fileNotFound);
-  }
 }
 
 }  // namespace

@@ -34,8 +34,8 @@ class CommandsTest : public SystemTest {
 };
 
 TEST_F(CommandsTest, OverALineOnlyTheAddressCarriesTheMarkAndOnlyTheAddressedActs) {
-  const SimulatedTerminal terminals("--serial --terminals 1,12,2 --cards 2 --days 2" +
-                                    journalOption());
+  const SimulatedTerminal terminals(
+      "--serial --terminals 1,12,2 --event-rate 0.001 --cards 2 --days 2" + journalOption());
   useLine(terminals.line());
   mHasty.DeviceNum(12);
   std::size_t count = 0;
@@ -58,8 +58,9 @@ TEST_F(CommandsTest, OverALineOnlyTheAddressCarriesTheMarkAndOnlyTheAddressedAct
 
 TEST_F(CommandsTest, OverTheNetwork) {
   const int port = freePort();
-  const SimulatedTerminal terminal("--listen 0 --delay 0 --cards 2 --days 2 --connect 127.0.0.1:" +
-                                   std::to_string(port) + journalOption());
+  const SimulatedTerminal terminal(
+      "--listen 0 --delay 0 --event-rate 0.001 --cards 2 --days 2 --connect 127.0.0.1:" +
+      std::to_string(port) + journalOption());
   for (const Command& command : commands()) {
     if (command.network == Network::none) continue;
     SCOPED_TRACE(command.call.name());

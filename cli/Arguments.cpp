@@ -1,5 +1,6 @@
 #include "cli/Arguments.h"
 
+#include <CLI/CLI.hpp>
 #include <charconv>
 #include <chrono>
 #include <ctime>
@@ -65,14 +66,6 @@ int parseNumber(std::string_view text, int lowest, int highest, const std::strin
   return *number;
 }
 
-CLI::Option* addNumber(CLI::App& app, const std::string& name, std::optional<int>& value,
-                       int lowest, int highest, const std::string& help) {
-  const auto take = [&value, lowest, highest, name](const std::string& text) {
-    value = parseNumber(text, lowest, highest, name);
-  };
-  return app.add_option_function<std::string>(name, take, help)->type_name("N");
-}
-
 CalendarDay parseDayMonth(std::string_view text, const std::string& what) {
   const auto numbers = pairs(text, '/');
   if (numbers.size() != 2 || !isDay(numbers[0], numbers[1]))
@@ -125,6 +118,22 @@ Bytes readBytes(const std::vector<std::string>& numbers, std::size_t count) {
   for (const std::string& number : numbers)
     bytes.push_back(static_cast<std::uint8_t>(parseNumber(number, 0, 99, "number")));
   return bytes;
+}
+
+std::vector<std::string> split(const std::string& text, char separator) {
+  return CLI::detail::split(text, separator);
+}
+
+std::vector<std::string> words(const std::string& line) { return CLI::detail::split_up(line); }
+
+std::string hexText(std::span<const std::uint8_t> bytes) {
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  std::string text;
+  for (const std::uint8_t byte : bytes) {
+    if (!text.empty()) text += ' ';
+    text += {digits[byte >> 4], digits[byte & 0xF]};
+  }
+  return text;
 }
 
 std::vector<std::string> linesOf(const std::string& fileName) {

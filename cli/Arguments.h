@@ -1,8 +1,8 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,12 +15,16 @@ namespace cronvel {
 /// parser's own conversion takes 010 for eight.)
 int parseNumber(std::string_view text, int lowest, int highest, const std::string& what);
 
-/// Adds an option that takes such a number.
-CLI::Option* addNumber(CLI::App& app, const std::string& name, std::optional<int>& value,
-                       int lowest, int highest, const std::string& help);
-
 /// Exactly `count` decimal numbers from 0 to 99.
 Bytes readBytes(const std::vector<std::string>& numbers, std::size_t count);
+
+/// The parts between the separators.
+std::vector<std::string> split(const std::string& text, char separator);
+/// The parts between blanks; quotes hold a part together.
+std::vector<std::string> words(const std::string& line);
+
+/// "ED 12 34".
+std::string hexText(std::span<const std::uint8_t> bytes);
 
 /// The lines of a text file, without those that are empty or start with "#". Raises 53.
 std::vector<std::string> linesOf(const std::string& fileName);

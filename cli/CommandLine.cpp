@@ -2,9 +2,12 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <optional>
 #include <ostream>
+#include <utility>
 
-#include "cli/Commands.h"
+#include "cli/Command.h"
+#include "cli/CommandFailure.h"
 
 namespace cronvel {
 
@@ -32,37 +35,43 @@ ExitStatus fail(Io& io, ExitStatus status, const std::string& sentence) {
   return status;
 }
 
-/// Help and version end the parser like errors do.
-ExitStatus endOfParsing(CLI::App& app, Io& io, const CLI::ParseError& error) {
-  if (error.get_exit_code() == 0) {
-    app.exit(error, io.out, io.err);
-    return ExitStatus::done;
+void addCommands(const Command& cronvel, const Io& io) {
+  addTerminalCommands(cronvel, io);
+  addDeviceCommands(cronvel);
+  addDownloadCommand(cronvel);
+  addCardCommands(cronvel);
+  addPeopleCommands(cronvel);
+  addMonitorCommand(cronvel);
+  addFileCommands(cronvel);
+  addSettingsCommand(cronvel);
+}
+
+/// Reads the arguments; nothing where help or the version was asked for, and shown.
+std::optional<Invocation> prepare(Io& io, std::vector<std::string> arguments) {
+  CLI::App app;
+  describe(app);
+  std::optional<Invocation> prepared;
+  addCommands({app, prepared}, io);
+  std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back
+  try {
+    app.parse(std::move(arguments));
+  } catch (const CLI::ParseError& end) {  // help and version end the parser like errors do
+    if (end.get_exit_code() != 0)
+      throw CommandFailure(ExitStatus::wrongUse, std::string(end.what()) + " (try --help)");
+    app.exit(end, io.out, io.err);
+    return {};
   }
-  return fail(io, ExitStatus::wrongUse, std::string(error.what()) + " (try --help)");
+  if (!prepared) throw CommandFailure(ExitStatus::wrongUse, "which command? (try --help)");
+  return prepared;
 }
 
 }  // namespace
 
 ExitStatus runCommandLine(Platform& platform, Io& io, std::vector<std::string> arguments) {
-  CLI::App app;
-  describe(app);
-  const Shell shell{platform, io};
-  addTerminalCommands(app, shell);
-  addDeviceCommands(app, shell);
-  addDownloadCommand(app, shell);
-  addCardCommands(app, shell);
-  addPeopleCommands(app, shell);
-  addMonitorCommand(app, shell);
-  addFileCommands(app, shell);
-  addSettingsCommand(app, shell);
-  std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back
   try {
-    app.parse(std::move(arguments));
-    if (app.get_subcommands().empty())
-      return fail(io, ExitStatus::wrongUse, "which command? (try --help)");
+    const auto invocation = prepare(io, std::move(arguments));
+    if (invocation) invocation->run({platform, io});
     return ExitStatus::done;
-  } catch (const CLI::ParseError& error) {
-    return endOfParsing(app, io, error);
   } catch (const CommandFailure& failure) {
     return fail(io, failure.status(), failure.what());
   } catch (const RunTimeError& error) {

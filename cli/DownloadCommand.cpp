@@ -1,13 +1,12 @@
 #include <memory>
+#include <optional>
 #include <ostream>
 
 #include "cli/Arguments.h"
-#include "cli/Commands.h"
+#include "cli/Command.h"
 #include "cli/DownloadProgress.h"
-#include "cli/LinkOptions.h"
 #include "cli/RecordFiles.h"
 #include "cli/RecordSummary.h"
-#include "cli/TerminalSession.h"
 #include "runtime/File.h"
 #include "runtime/Text.h"
 
@@ -16,24 +15,42 @@ namespace cronvel {
 namespace {
 
 struct DownloadOptions {
-  LinkOptions link;
-  std::string file;
-  std::string from;
-  std::string to;
-  bool buffer = false;
-  bool overwrite = false;
-  std::optional<int> wait;
+  Text file;
+  Text from;
+  Text to;
+  Flag buffer;
+  Flag overwrite;
+  Number wait;
+  LinkChoice link;
 };
 
 constexpr int defaultWaitSeconds = 60;
 
+struct Period {
+  CalendarDay from;
+  CalendarDay to;
+};
+
+struct DownloadPlan {
+  RecordFiles files;
+  std::optional<Period> period = {};
+  bool buffer = false;
+  bool overwrite = false;
+  int waitSeconds = defaultWaitSeconds;  ///< for a terminal that connects in; 0: for ever
+  Peer peer = {};
+};
+
 class Download {
  public:
-  Download(Shell shell, const DownloadOptions& options);
+  Download(TerminalSession& session, const DownloadPlan& plan)
+      : mSession(session),
+        mPlan(plan),
+        mFiles(plan.files),
+        mWaitsForTerminal(plan.peer.kind == Peer::Kind::caller),
+        mProgress(session) {}
   void run();
 
  private:
-  void readPeriod();
   void receive();
   bool callControl(Cronvel& control);
   void tick();
@@ -41,73 +58,39 @@ class Download {
   void report(bool whole);
   std::string whatArrived() const;
 
-  Io& mIo;
-  const DownloadOptions& mOptions;
-  CalendarDay mFrom;
-  CalendarDay mTo;
-  RecordFiles mFiles;
-  TerminalSession mSession;
+  TerminalSession& mSession;
+  const DownloadPlan& mPlan;
+  const RecordFiles& mFiles;
   std::u16string mHost;
-  bool mWaitsForTerminal = false;
+  bool mWaitsForTerminal;
   bool mGaveUp = false;
   DownloadProgress mProgress;
 };
 
-LinkOptions chosenLink(LinkOptions link) {
-  chooseLink(link);
-  return link;
-}
-
-Download::Download(Shell shell, const DownloadOptions& options)
-    : mIo(shell.io),
-      mOptions(options),
-      mFiles(downloadName(options.file)),
-      mSession(shell.platform, shell.io, chosenLink(options.link)),
-      mProgress(shell.io) {
-  readPeriod();
-  if (!options.from.empty()) {
-    mHost = mSession.connects("a download of a period");
-    return;
-  }
-  mHost = mSession.listens("a download of the whole memory");
-  mWaitsForTerminal = !mHost.empty();
-  if (options.buffer && !mHost.empty())
-    throw CommandFailure(ExitStatus::wrongUse, "--buffer is for the serial line only");
-}
-
-void Download::readPeriod() {
-  if (mOptions.from.empty() != mOptions.to.empty())
-    throw CommandFailure(ExitStatus::wrongUse, "--from and --to go together");
-  if (mOptions.from.empty()) return;
-  if (mOptions.buffer)
-    throw CommandFailure(ExitStatus::wrongUse,
-                         "--buffer fetches the whole memory; leave it or --from and --to out");
-  mFrom = parseDate(mOptions.from, "--from");
-  mTo = parseDate(mOptions.to, "--to");
-}
-
 /// What the download and its check said: whether the stream was whole.
 bool Download::callControl(Cronvel& control) {
   const std::u16string file = toUtf16(pathText(mFiles.raw()));
-  if (mOptions.buffer) {
+  if (mPlan.buffer) {
     const Variant result = control.GetDataBuff(file);
     const auto* code = std::get_if<std::int16_t>(&result);
     return code != nullptr && *code == 0;
   }
-  if (mOptions.from.empty()) return control.GetData(mHost, file) == 0;
+  if (!mPlan.period) return control.GetData(mHost, file) == 0;
   const auto byte = [](int number) { return static_cast<std::uint8_t>(number); };
-  return control.GetDataByDate(mHost, byte(mFrom.day), byte(mFrom.month), byte(mFrom.year),
-                               byte(mTo.day), byte(mTo.month), byte(mTo.year), file) == 0;
+  const auto& [from, to] = *mPlan.period;
+  return control.GetDataByDate(mHost, byte(from.day), byte(from.month), byte(from.year),
+                               byte(to.day), byte(to.month), byte(to.year), file) == 0;
 }
 
 void Download::run() {
+  mHost = mSession.use(mPlan.peer);
   EarlierFiles earlier(mFiles);
   receive();
   if (!earlier.any()) return;
-  if (mOptions.overwrite)
+  if (mPlan.overwrite)
     earlier.remove();
   else
-    mIo.out << "the earlier download is kept as " << earlier.keptAs() << '\n';
+    mSession.out() << "the earlier download is kept as " << earlier.keptAs() << '\n';
 }
 
 void Download::receive() {
@@ -122,21 +105,19 @@ void Download::receive() {
   }
   mProgress.clear();
   if (mGaveUp)
-    throw CommandFailure(ExitStatus::refused,
-                         "no terminal connected in on port " +
-                             std::to_string(*mOptions.link.listenPort) + " within " +
-                             std::to_string(mOptions.wait.value_or(defaultWaitSeconds)) + " s");
+    throw CommandFailure(ExitStatus::refused, "no terminal connected in on port " +
+                                                  std::to_string(mPlan.peer.port) + " within " +
+                                                  std::to_string(mPlan.waitSeconds) + " s");
   if (mFiles.rawSize() == 0) throw mSession.failure("nothing came");
   report(whole);
 }
 
 void Download::report(bool whole) {
-  mIo.out << mSession.terminal() << ": " << mProgress.summary() << "; "
-          << recordCounts(mSession.control()) << "\nwritten: " << mFiles.describe() << '\n'
-          << std::flush;
-  warnOfDamage(mSession.control(), mIo);
+  mSession.say(mProgress.summary() + "; " + recordCounts(mSession.control()) +
+               "\nwritten: " + mFiles.describe());
+  warnOfDamage(mSession);
   if (whole) return;
-  const bool strict = mOptions.from.empty() && !mOptions.buffer;  // as the control checked it
+  const bool strict = !mPlan.period && !mPlan.buffer;  // as the control checked it
   throw CommandFailure(ExitStatus::refused, whyIncomplete(mSession, mFiles, strict));
 }
 
@@ -149,9 +130,8 @@ void Download::tick() {
 }
 
 void Download::giveUpWaiting() {
-  mProgress.waiting("a terminal to connect in on port " +
-                    std::to_string(*mOptions.link.listenPort));
-  const int limit = mOptions.wait.value_or(defaultWaitSeconds);
+  mProgress.waiting("a terminal to connect in on port " + std::to_string(mPlan.peer.port));
+  const int limit = mPlan.waitSeconds;
   if (limit == 0 || mSession.socketState() != sckListening || mProgress.secondsSinceStart() < limit)
     return;
   mWaitsForTerminal = false;
@@ -167,14 +147,58 @@ std::string Download::whatArrived() const {
          "\" reads them";
 }
 
+std::optional<Period> readPeriod(const DownloadOptions& options) {
+  if (options.from->empty() != options.to->empty())
+    throw CommandFailure(ExitStatus::wrongUse, "--from and --to go together");
+  if (options.from->empty()) return {};
+  if (*options.buffer)
+    throw CommandFailure(ExitStatus::wrongUse,
+                         "--buffer fetches the whole memory; leave it or --from and --to out");
+  return Period{parseDate(*options.from, "--from"), parseDate(*options.to, "--to")};
+}
+
+Peer choosePeer(const DownloadPlan& plan, const Link& link) {
+  if (plan.period) return link.connects("a download of a period");
+  const Peer peer = link.listens("a download of the whole memory");
+  if (plan.buffer && link.onNetwork())
+    throw CommandFailure(ExitStatus::wrongUse, "--buffer is for the serial line only");
+  return peer;
+}
+
+Invocation prepareDownload(const DownloadOptions& options) {
+  DownloadPlan plan{.files = RecordFiles(downloadName(*options.file)),
+                    .buffer = *options.buffer,
+                    .overwrite = *options.overwrite,
+                    .waitSeconds = options.wait->value_or(defaultWaitSeconds)};
+  Link link = Link::toTerminal(*options.link);
+  plan.period = readPeriod(options);
+  plan.peer = choosePeer(plan, link);
+  return {std::move(link), [plan](TerminalSession& session) { Download(session, plan).run(); }};
+}
+
+DownloadOptions addArguments(const Command& command) {
+  return {.file = command.argument("FILE", "Where to; \".Hex\" is added"),
+          .from = command.option("--from", "DD/MM/YY", "Only the records from this day on"),
+          .to = command.option("--to", "DD/MM/YY", "... to this day"),
+          .buffer = command.flag(
+              "--buffer",
+              "Fetch the whole memory by the terminal's other command, at 4800 baud (serial line)"),
+          .overwrite = command.flag("--overwrite",
+                                    "Do not keep the earlier files once the new ones are complete"),
+          .wait = command.number(
+              "--wait", 0, 1000000,
+              "Seconds to wait for a terminal that connects in; 0 for ever (default " +
+                  std::to_string(defaultWaitSeconds) + ")",
+              "SECONDS"),
+          .link = command.link({addIdDigits, addLinkOptions, addSpeed})};
+}
+
 }  // namespace
 
-void addDownloadCommand(CLI::App& app, Shell shell) {
-  auto options = std::make_shared<DownloadOptions>();
-  CLI::App* command =
-      app.add_subcommand("download", "Fetch the attendance records into a file, and check them")
-          ->group(terminalGroup);
-  command->footer(
+void addDownloadCommand(const Command& cronvel) {
+  const Command command =
+      cronvel.add("download", "Fetch the attendance records into a file, and check them");
+  command.footer(
       "FILE.Hex gets the records just as the terminal sent them; FILE.txt, FILE.ddd and FILE.dat\n"
       "are written from it (\"cronvel show FILE\" prints them). Files of an earlier download "
       "under\n"
@@ -183,23 +207,7 @@ void addDownloadCommand(CLI::App& app, Shell shell) {
       "Over the network the terminal connects in (--listen); with --from and --to this PC "
       "connects\n"
       "to it (--host).");
-  command->add_option("FILE", options->file, "Where to; \".Hex\" is added")->required();
-  command->add_option("--from", options->from, "Only the records from this day on")
-      ->type_name("DD/MM/YY");
-  command->add_option("--to", options->to, "... to this day")->type_name("DD/MM/YY");
-  command->add_flag(
-      "--buffer", options->buffer,
-      "Fetch the whole memory by the terminal's other command, at 4800 baud (serial line)");
-  command->add_flag("--overwrite", options->overwrite,
-                    "Do not keep the earlier files once the new ones are complete");
-  addNumber(*command, "--wait", options->wait, 0, 1000000,
-            "Seconds to wait for a terminal that connects in; 0 for ever (default " +
-                std::to_string(defaultWaitSeconds) + ")")
-      ->type_name("SECONDS");
-  addIdDigits(*command, options->link);
-  addLinkOptions(*command, options->link);
-  addSpeed(*command, options->link);
-  command->callback([options, shell] { Download(shell, *options).run(); });
+  command.prepare([options = addArguments(command)] { return prepareDownload(options); });
 }
 
 }  // namespace cronvel

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iomanip>
-#include <ostream>
 #include <sstream>
 
 namespace cronvel {
@@ -18,7 +17,7 @@ std::string oneDecimal(double number) {
 }  // namespace
 
 void DownloadProgress::waiting(const std::string& forWhat) {
-  show("waiting for " + forWhat + ", " + oneDecimal(secondsSinceStart()) + " s");
+  mSession.progress("waiting for " + forWhat + ", " + oneDecimal(secondsSinceStart()) + " s");
 }
 
 void DownloadProgress::arrived(std::uintmax_t bytes) {
@@ -31,21 +30,8 @@ void DownloadProgress::arrived(std::uintmax_t bytes) {
   mLastLook = now;
   const double seconds = secondsOfStream();
   const double speed = seconds > 0 ? static_cast<double>(bytes) / seconds : 0;
-  show(std::to_string(bytes) + " bytes, " + std::to_string(static_cast<long>(speed)) + " B/s, " +
-       oneDecimal(secondsSinceStart()) + " s elapsed");
-}
-
-void DownloadProgress::show(const std::string& line) {
-  if (!mIo.showProgress) return;
-  const std::size_t rest = mShown > line.size() ? mShown - line.size() : 0;
-  mIo.err << '\r' << line << std::string(rest, ' ') << std::flush;
-  mShown = line.size();
-}
-
-void DownloadProgress::clear() {
-  if (mShown == 0) return;
-  mIo.err << '\r' << std::string(mShown, ' ') << '\r' << std::flush;
-  mShown = 0;
+  mSession.progress(std::to_string(bytes) + " bytes, " + std::to_string(static_cast<long>(speed)) +
+                    " B/s, " + oneDecimal(secondsSinceStart()) + " s elapsed");
 }
 
 std::string DownloadProgress::summary() const {

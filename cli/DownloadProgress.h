@@ -4,14 +4,14 @@
 #include <cstdint>
 #include <string>
 
-#include "cli/Io.h"
+#include "cli/TerminalSession.h"
 
 namespace cronvel {
 
 /// Follows a growing file and shows on one line how it goes, if a person watches.
 class DownloadProgress {
  public:
-  explicit DownloadProgress(Io& io) : mIo(io) {}
+  explicit DownloadProgress(TerminalSession& session) : mSession(session) {}
   ~DownloadProgress() { clear(); }
   DownloadProgress(const DownloadProgress&) = delete;
   DownloadProgress& operator=(const DownloadProgress&) = delete;
@@ -19,7 +19,7 @@ class DownloadProgress {
   void waiting(const std::string& forWhat);
   void arrived(std::uintmax_t bytes);
   /// Takes the line away, so that other text can follow.
-  void clear();
+  void clear() { mSession.progress({}); }
 
   /// "4356 bytes in 5.0 s", from the first bytes to the last.
   std::string summary() const;
@@ -28,16 +28,14 @@ class DownloadProgress {
  private:
   using SteadyClock = std::chrono::steady_clock;
 
-  void show(const std::string& line);
   double secondsOfStream() const;
 
-  Io& mIo;
+  TerminalSession& mSession;
   SteadyClock::time_point mStart = SteadyClock::now();
   SteadyClock::time_point mLastLook = mStart;
   SteadyClock::time_point mFirst;  ///< the last look that found nothing yet
   SteadyClock::time_point mLast;   ///< the first look that found all
   std::uintmax_t mBytes = 0;
-  std::size_t mShown = 0;
 };
 
 }  // namespace cronvel

@@ -6,12 +6,10 @@
 #include <ostream>
 
 #include "cli/Arguments.h"
-#include "cli/Commands.h"
-#include "cli/LinkOptions.h"
+#include "cli/Command.h"
 #include "cli/RecordFiles.h"
 #include "cli/RecordSummary.h"
 #include "cli/RecordTable.h"
-#include "cli/TerminalSession.h"
 #include "runtime/File.h"
 #include "runtime/Text.h"
 
@@ -22,9 +20,9 @@ namespace fs = std::filesystem;
 namespace {
 
 struct CheckOptions {
-  LinkOptions link;
-  std::string file;
-  bool strict = false;
+  Text file;
+  Flag strict;
+  LinkChoice link;
 };
 
 bool isWrittenByCheck(const fs::path& path) {
@@ -43,40 +41,36 @@ fs::path fileToCheck(const std::string& name) {
   return path;
 }
 
-void check(const CheckOptions& options, Shell shell) {
-  const RecordFiles files(fileToCheck(options.file));
-  TerminalSession session(shell.platform, shell.io, options.link);
+void check(TerminalSession& session, const RecordFiles& files, bool strict) {
   const std::u16string name = toUtf16(pathText(files.raw()));
-  const bool whole = session.run(
-      [&](Cronvel& control) { return control.CheckIntegrity(name, options.strict) == -1; });
-  shell.io.out << pathText(files.raw()) << ": " << recordCounts(session.control())
-               << "\nfiles: " << files.describe() << '\n'
-               << std::flush;
-  warnOfDamage(session.control(), shell.io);
-  if (!whole)
-    throw CommandFailure(ExitStatus::refused, whyIncomplete(session, files, options.strict));
+  const bool whole =
+      session.run([&](Cronvel& control) { return control.CheckIntegrity(name, strict) == -1; });
+  session.out() << pathText(files.raw()) << ": " << recordCounts(session.control())
+                << "\nfiles: " << files.describe() << '\n'
+                << std::flush;
+  warnOfDamage(session);
+  if (!whole) throw CommandFailure(ExitStatus::refused, whyIncomplete(session, files, strict));
 }
 
-void addCheck(CLI::App& app, Shell shell) {
-  auto options = std::make_shared<CheckOptions>();
-  CLI::App* command =
-      app.add_subcommand("check", "Read a raw record file and write the readable ones beside it")
-          ->group(fileGroup);
-  command->footer(
-      "Every download does this by itself. Exit status 1: the stream has no valid end.");
-  command->add_option("FILE", options->file, "The raw file; \".Hex\" may be left out")->required();
-  command->add_flag("--strict", options->strict,
-                    "The record count in the stream's end must agree with its positions");
-  addIdDigits(*command, options->link);
-  addSettingsFile(*command, options->link);
-  command->callback([options, shell] { check(*options, shell); });
+Invocation prepareCheck(const CheckOptions& options) {
+  const RecordFiles files(fileToCheck(*options.file));
+  return {Link::nowhere(*options.link),
+          [files, strict = *options.strict](TerminalSession& session) {
+            check(session, files, strict);
+          }};
 }
 
-struct ShowOptions {
-  std::string file;
-  TableFormat format = TableFormat::table;
-  std::optional<int> limit;
-};
+void addCheck(const Command& cronvel) {
+  const Command command = cronvel.add(
+      "check", "Read a raw record file and write the readable ones beside it", Command::files);
+  command.footer("Every download does this by itself. Exit status 1: the stream has no valid end.");
+  const CheckOptions options{
+      .file = command.argument("FILE", "The raw file; \".Hex\" may be left out"),
+      .strict = command.flag("--strict",
+                             "The record count in the stream's end must agree with its positions"),
+      .link = command.link({addIdDigits, addSettingsFile})};
+  command.prepare([=] { return prepareCheck(options); });
+}
 
 std::ifstream openChecked(const RecordFiles& files) {
   std::error_code error;
@@ -107,14 +101,14 @@ RecordFiles filesToShow(const std::string& name) {
                          : path);
 }
 
-void show(const ShowOptions& options, Io& io) {
-  const RecordFiles files = filesToShow(options.file);
+/// Without a limit, all.
+void show(const RecordFiles& files, TableFormat format, std::optional<int> limit, Io& io) {
   std::ifstream input = openChecked(files);
   warnIfOutdated(files, io);
-  RecordTable table(io.out, options.format);
+  RecordTable table(io.out, format);
   int shown = 0;
   int foreign = 0;
-  for (std::string line; shown < options.limit.value_or(shown + 1) && std::getline(input, line);) {
+  for (std::string line; shown < limit.value_or(shown + 1) && std::getline(input, line);) {
     const auto record = parseRecord(line);
     if (record) {
       table.add(*record);
@@ -124,9 +118,10 @@ void show(const ShowOptions& options, Io& io) {
     }
   }
   if (foreign > 0 && shown == 0)
-    throw RunTimeError(ErrorNumber::typeMismatch, pathText(files.text()) +
-                                                      " holds no records; \"cronvel check\" "
-                                                      "writes such a file from a raw one");
+    throw RunTimeError(
+        ErrorNumber::typeMismatch,
+        pathText(files.text()) +
+            " holds no records; \"cronvel check\" writes such a file from a raw one");
   table.end();
   if (foreign > 0)
     io.err << "cronvel: " << foreign << " lines of " << pathText(files.text())
@@ -135,37 +130,39 @@ void show(const ShowOptions& options, Io& io) {
     throw RunTimeError(ErrorNumber::deviceIoError, "the records could not be written out");
 }
 
-void addShow(CLI::App& app, Shell shell) {
-  auto options = std::make_shared<ShowOptions>();
-  CLI::App* command =
-      app.add_subcommand("show", "Print the records of a checked file")->group(fileGroup);
-  command->footer(
-      "Columns: card number, date (DD/MM/YY), time (HH:MM) and type, the terminal's code for the\n"
-      "kind of punch. A \"?\" is a damaged digit.");
-  command->add_option("FILE", options->file, "The raw file or the .txt beside it")->required();
+TableFormat readFormat(const std::string& text) {
   const std::map<std::string, TableFormat> formats = {
       {"table", TableFormat::table}, {"csv", TableFormat::csv}, {"json", TableFormat::json}};
-  command
-      ->add_option_function<std::string>(
-          "--format",
-          [options, formats](const std::string& text) {
-            const auto format = formats.find(text);
-            if (format == formats.end())
-              throw CommandFailure(ExitStatus::wrongUse,
-                                   "--format: \"" + text + "\" is not table, csv or json");
-            options->format = format->second;
-          },
-          "table (default), csv or json")
-      ->type_name("FORMAT");
-  addNumber(*command, "--limit", options->limit, 0, 1000000000, "Only the first N records");
-  command->callback([options, shell] { show(*options, shell.io); });
+  const auto format = formats.find(text);
+  if (format == formats.end())
+    throw CommandFailure(ExitStatus::wrongUse,
+                         "--format: \"" + text + "\" is not table, csv or json");
+  return format->second;
+}
+
+void addShow(const Command& cronvel) {
+  const Command command =
+      cronvel.add("show", "Print the records of a checked file", Command::files);
+  command.footer(
+      "Columns: card number, date (DD/MM/YY), time (HH:MM) and type, the terminal's code for the\n"
+      "kind of punch. A \"?\" is a damaged digit.");
+  const Text file = command.argument("FILE", "The raw file or the .txt beside it");
+  const Text format = command.option("--format", "FORMAT", "table (default), csv or json");
+  *format = "table";
+  const Number limit = command.number("--limit", 0, 1000000000, "Only the first N records");
+  command.prepare([=] {
+    const TableFormat tableFormat = readFormat(*format);
+    return Invocation([=, files = filesToShow(*file)](Shell shell) {
+      show(files, tableFormat, *limit, shell.io);
+    });
+  });
 }
 
 }  // namespace
 
-void addFileCommands(CLI::App& app, Shell shell) {
-  addCheck(app, shell);
-  addShow(app, shell);
+void addFileCommands(const Command& cronvel) {
+  addCheck(cronvel);
+  addShow(cronvel);
 }
 
 }  // namespace cronvel

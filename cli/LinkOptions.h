@@ -1,8 +1,15 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
+
+#include "runtime/Variant.h"
+
+namespace CLI {
+class App;
+}
 
 namespace cronvel {
 
@@ -11,11 +18,10 @@ struct LinkOptions {
   std::string port;  ///< a port number or a path
   std::string host;  ///< HOST or HOST:PORT
   std::optional<int> listenPort;
-  std::optional<int> device;
-  std::optional<int> idDigits;
-  std::string speed;
-  std::string settingsFile;
   std::string telephone;  ///< dialled first; empty: no modem
+  std::string settingsFile;
+  /// The control's persisted properties that an option of their own sets, by key.
+  std::map<std::string, Variant, std::less<>> properties;
   bool trace = false;
 
   bool onNetwork() const { return !host.empty() || listenPort.has_value(); }
@@ -23,18 +29,13 @@ struct LinkOptions {
 
 /// The options that every command on a terminal takes.
 void addLinkOptions(CLI::App& app, LinkOptions& link);
+void addDevice(CLI::App& app, LinkOptions& link);
+void addPortNumber(CLI::App& app, LinkOptions& link);
 void addSpeed(CLI::App& app, LinkOptions& link);
 void addIdDigits(CLI::App& app, LinkOptions& link);
 void addSettingsFile(CLI::App& app, LinkOptions& link);
 
-/// Fills in the port from the environment or the settings file where neither port nor host was
-/// chosen. Fails with `wrongUse` for a choice that is missing or contradicts itself.
-void chooseLink(LinkOptions& link);
-
-struct HostAndPort {
-  std::string host;
-  int port = 8085;
-};
-HostAndPort parseHost(const std::string& text);
+/// The environment's port for a command line that names none.
+inline constexpr const char* portVariable = "CRONVEL_PORT";
 
 }  // namespace cronvel

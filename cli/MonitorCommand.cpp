@@ -1,13 +1,10 @@
-#include <array>
 #include <chrono>
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <ostream>
 
 #include "cli/Arguments.h"
-#include "cli/LinkOptions.h"
-#include "cli/TerminalTask.h"
+#include "cli/Command.h"
 #include "runtime/Text.h"
 
 namespace cronvel {
@@ -20,8 +17,15 @@ using SteadyClock = std::chrono::steady_clock;
 constexpr auto switchOffLimit = std::chrono::seconds(10);
 
 struct MonitorOptions {
-  LinkOptions link;
-  std::string group;
+  Text group;
+  Flag json;
+  Number seconds;
+  LinkChoice link;
+};
+
+struct MonitorPlan {
+  std::vector<int> group;  ///< the ports of its terminals; empty: one terminal
+  Peer peer;               ///< the one terminal
   std::optional<int> seconds;
   bool json = false;
 };
@@ -29,7 +33,7 @@ struct MonitorOptions {
 /// "9000,9005-9010"
 std::vector<int> readPorts(const std::string& text) {
   std::vector<int> ports;
-  for (const std::string& part : CLI::detail::split(text, ',')) {
+  for (const std::string& part : split(text, ',')) {
     const std::size_t dash = part.find('-');
     const int first = parseNumber(part.substr(0, dash), 1, 65535, "--group, port");
     const int last = dash == std::string::npos
@@ -40,47 +44,37 @@ std::vector<int> readPorts(const std::string& text) {
   return ports;
 }
 
-std::string hexOf(const Bytes& bytes) {
-  std::string text;
-  for (const std::uint8_t byte : bytes) {
-    std::array<char, 4> digits{};
-    std::snprintf(digits.data(), digits.size(), "%02X", static_cast<unsigned>(byte));
-    text += (text.empty() ? "" : " ") + std::string(digits.data());
-  }
-  return text;
-}
-
 void printEvents(TerminalSession& session, bool json) {
   session.onLiveData([&session, json](const std::string& source, const Bytes& bytes) {
     if (json)
       session.out() << R"({"time":")" << timeNow() << R"(","source":")" << source
-                    << R"(","bytes":")" << hexOf(bytes) << "\"}\n";
+                    << R"(","bytes":")" << hexText(bytes) << "\"}\n";
     else
-      session.out() << timeNow() << "  " << source << "  " << hexOf(bytes) << '\n';
+      session.out() << timeNow() << "  " << source << "  " << hexText(bytes) << '\n';
     session.out() << std::flush;
   });
 }
 
 /// Until the time is over or somebody presses Ctrl-C.
-void listen(TerminalSession& session, Shell shell, const MonitorOptions& options) {
+void listen(TerminalSession& session, const MonitorPlan& plan) {
   const auto start = SteadyClock::now();
   const auto over = [&] {
-    return options.seconds && SteadyClock::now() - start >= std::chrono::seconds(*options.seconds);
+    return plan.seconds && SteadyClock::now() - start >= std::chrono::seconds(*plan.seconds);
   };
   session.say("monitoring is on; Ctrl-C ends it", true);
   try {
-    while (!over()) shell.platform.messagePump().waitEvents();
+    while (!over()) session.waitEvents();
   } catch (const CommandFailure& failure) {
     if (failure.status() != ExitStatus::interrupted) throw;
   }
 }
 
-void monitorLine(TerminalSession& session, Shell shell, const MonitorOptions& options) {
+void monitorLine(TerminalSession& session, const MonitorPlan& plan) {
   const auto change = [](bool on) {
     return [on](Cronvel& c) { return c.SetMonitoringOnOff(u"", on); };
   };
   if (!session.run(change(true))) throw session.failure("monitoring was not switched on");
-  listen(session, shell, options);
+  listen(session, plan);
   session.run(change(false));
 }
 
@@ -92,12 +86,12 @@ void limitWait(TerminalSession& session, SteadyClock::duration limit) {
   });
 }
 
-void monitorConnection(TerminalSession& session, Shell shell, const MonitorOptions& options) {
-  session.useListenPort();
+void monitorConnection(TerminalSession& session, const MonitorPlan& plan) {
+  session.use(plan.peer);
   session.say("waiting for the terminal to connect in; Ctrl-C ends it", true);
   if (!session.run([](Cronvel& c) { return c.SetMonitoringOnOff(u"terminal", true); }))
     throw session.failure("monitoring was not switched on");
-  listen(session, shell, options);
+  listen(session, plan);
   session.control().WinSockClose(0);
   limitWait(session, switchOffLimit);
   if (!session.run([](Cronvel& c) { return c.SetMonitoringOnOff(u"terminal", false); }))
@@ -135,52 +129,60 @@ int switchGroupOn(TerminalSession& session, const std::vector<int>& ports) {
   return on;
 }
 
-void monitorGroup(TerminalSession& session, Shell shell, const MonitorOptions& options) {
-  const int on = switchGroupOn(session, readPorts(options.group));
+void monitorGroup(TerminalSession& session, const MonitorPlan& plan) {
+  const int on = switchGroupOn(session, plan.group);
   if (on == 0) throw CommandFailure(ExitStatus::refused, "no terminal could be switched on");
-  listen(session, shell, options);
+  listen(session, plan);
   switchGroupOff(session);
 }
 
-void monitor(MonitorOptions options, Shell shell) {
-  const bool group = !options.group.empty();
-  if (group) {
-    readPorts(options.group);
-    if (!options.link.port.empty() || options.link.onNetwork())
-      throw CommandFailure(ExitStatus::wrongUse,
-                           "--group says where its terminals connect in; leave out --port, "
-                           "--listen and --host");
-  } else {
-    chooseLink(options.link);
-    if (!options.link.host.empty())
-      throw CommandFailure(ExitStatus::wrongUse,
-                           "over the network monitor waits for the terminal to connect in: give "
-                           "--listen PORT");
-  }
-  TerminalSession session(shell.platform, shell.io, options.link);
-  printEvents(session, options.json);
-  if (group) return monitorGroup(session, shell, options);
-  options.link.onNetwork() ? monitorConnection(session, shell, options)
-                           : monitorLine(session, shell, options);
+void monitor(TerminalSession& session, const MonitorPlan& plan) {
+  printEvents(session, plan.json);
+  if (!plan.group.empty()) return monitorGroup(session, plan);
+  plan.peer.kind == Peer::Kind::line ? monitorLine(session, plan)
+                                     : monitorConnection(session, plan);
+}
+
+Link prepareGroupLink(const LinkOptions& options) {
+  if (!options.port.empty() || options.onNetwork())
+    throw CommandFailure(
+        ExitStatus::wrongUse,
+        "--group says where its terminals connect in; leave out --port, --listen and --host");
+  return Link::nowhere(options);
+}
+
+Link prepareLink(const LinkOptions& options) {
+  Link link = Link::toTerminal(options);
+  if (!link.host().empty())
+    throw CommandFailure(
+        ExitStatus::wrongUse,
+        "over the network monitor waits for the terminal to connect in: give --listen PORT");
+  return link;
+}
+
+Invocation prepareMonitor(const MonitorOptions& options) {
+  MonitorPlan plan{.group = {}, .peer = {}, .seconds = *options.seconds, .json = *options.json};
+  if (!options.group->empty()) plan.group = readPorts(*options.group);
+  Link link = plan.group.empty() ? prepareLink(*options.link) : prepareGroupLink(*options.link);
+  if (plan.group.empty()) plan.peer = link.listens("monitor");
+  return {std::move(link), [plan](TerminalSession& session) { monitor(session, plan); }};
 }
 
 }  // namespace
 
-void addMonitorCommand(CLI::App& app, Shell shell) {
-  auto options = std::make_shared<MonitorOptions>();
-  CLI::App* command = app.add_subcommand("monitor", "Print a terminal's live events as they come")
-                          ->group(peopleGroup);
-  command
-      ->add_option("--group", options->group,
-                   "Several network terminals, each connecting in to a port of its own")
-      ->type_name("PORT[-PORT],...");
-  command->add_flag("--json", options->json, "One JSON object for each block of bytes");
-  addNumber(*command, "--seconds", options->seconds, 1, 1'000'000, "End by itself after this time");
-  addLinkOptions(*command, options->link);
-  command->footer(
+void addMonitorCommand(const Command& cronvel) {
+  const Command command =
+      cronvel.add("monitor", "Print a terminal's live events as they come", Command::people);
+  command.footer(
       "Switches live monitoring on, prints what arrives (time, source, bytes in hexadecimal), and\n"
       "switches it off at the end. What the bytes mean stands in the terminal's documentation.");
-  command->callback([options, shell] { monitor(*options, shell); });
+  const MonitorOptions options{
+      .group = command.option("--group", "PORT[-PORT],...",
+                              "Several network terminals, each connecting in to a port of its own"),
+      .json = command.flag("--json", "One JSON object for each block of bytes"),
+      .seconds = command.number("--seconds", 1, 1'000'000, "End by itself after this time"),
+      .link = command.link()};
+  command.prepare([=] { return prepareMonitor(options); });
 }
 
 }  // namespace cronvel

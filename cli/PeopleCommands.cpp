@@ -1,14 +1,12 @@
 #include <memory>
 
 #include "cli/Arguments.h"
-#include "cli/TerminalTask.h"
+#include "cli/Command.h"
 #include "runtime/Text.h"
 
 namespace cronvel {
 
 namespace {
-
-using Text = std::shared_ptr<std::string>;
 
 constexpr std::size_t messageLength = 31;
 constexpr std::size_t modes = 8;
@@ -21,92 +19,75 @@ bool firstOf(const std::string& text, const std::string& first, const std::strin
                        "say " + first + " or " + second + ", not \"" + text + "\"");
 }
 
-std::function<void(CLI::App&)> argument(const std::string& name, const Text& text,
-                                        const std::string& help) {
-  return [=](CLI::App& app) { app.add_option(name, *text, help)->required(); };
-}
-
-void addSwitch(CLI::App& app, Shell shell, const std::string& name, const std::string& help,
+void addSwitch(const Command& cronvel, const std::string& name, const std::string& help,
                const std::string& yes, const std::string& no,
                bool (Cronvel::*call)(const std::u16string&, bool)) {
-  const Text word = std::make_shared<std::string>();
-  addTerminalTask(app, shell,
-                  {.name = name,
-                   .help = help,
-                   .group = peopleGroup,
-                   .arguments = argument(yes + "|" + no, word, ""),
-                   .check = [=] { firstOf(*word, yes, no); },
-                   .run =
-                       [=](TerminalSession& session, const std::u16string& host) {
-                         const bool on = firstOf(*word, yes, no);
-                         require(session, name + " " + *word,
-                                 [&](Cronvel& c) { return (c.*call)(host, on); });
-                       }});
+  const Command command = cronvel.add(name, help, Command::people);
+  const Text word = command.argument(yes + "|" + no, "");
+  command.prepareTask([=] {
+    const bool on = firstOf(*word, yes, no);
+    return requireSuccess(name + " " + *word, [=](Cronvel& c, const std::u16string& host) {
+      return (c.*call)(host, on);
+    });
+  });
 }
 
-void addNumberTask(CLI::App& app, Shell shell, const std::string& name, const std::string& help,
+void addNumberTask(const Command& family, const std::string& name, const std::string& help,
                    int highest, bool (Cronvel::*call)(const std::u16string&, std::uint8_t)) {
-  const Text text = std::make_shared<std::string>();
-  addTerminalTask(
-      app, shell,
-      {.name = name,
-       .help = help,
-       .arguments = argument("N", text, "0 to " + std::to_string(highest)),
-       .check = [=] { parseNumber(*text, 0, highest, "N"); },
-       .run =
-           [=, parent = app.get_name()](TerminalSession& session, const std::u16string& host) {
-             const auto number = static_cast<std::uint8_t>(parseNumber(*text, 0, highest, "N"));
-             require(session, parent + " " + name + " " + *text,
-                     [&](Cronvel& c) { return (c.*call)(host, number); });
-           }});
+  const Command command = family.add(name, help);
+  const Text text = command.argument("N", "0 to " + std::to_string(highest));
+  command.prepareTask([=, parent = family.name()] {
+    const auto number = static_cast<std::uint8_t>(parseNumber(*text, 0, highest, "N"));
+    return requireSuccess(
+        parent + " " + name + " " + *text,
+        [=](Cronvel& c, const std::u16string& host) { return (c.*call)(host, number); });
+  });
 }
 
-void addCode(CLI::App& app, Shell shell, const std::string& name, std::size_t length,
+void checkCode(const std::string& name, const std::string& code, std::size_t length,
+               const std::string& keys) {
+  if (code.size() > length || code.find_first_not_of(keys) != std::string::npos)
+    throw CommandFailure(ExitStatus::wrongUse, name + ": a code has up to " +
+                                                   std::to_string(length) + " of the keys " + keys +
+                                                   ", not \"" + code + "\"");
+}
+
+void addCode(const Command& cronvel, const std::string& name, std::size_t length,
              const std::string& keys,
              bool (Cronvel::*call)(const std::u16string&, const std::u16string&)) {
-  const Text code = std::make_shared<std::string>();
-  const auto check = [=] {
-    if (code->size() > length || code->find_first_not_of(keys) != std::string::npos)
-      throw CommandFailure(ExitStatus::wrongUse, name + ": a code has up to " +
-                                                     std::to_string(length) + " of the keys " +
-                                                     keys + ", not \"" + *code + "\"");
-  };
-  addTerminalTask(app, shell,
-                  {.name = name,
-                   .help = "Set the code of " + std::to_string(length) +
-                           " keys that the terminal expects on its keypad",
-                   .group = peopleGroup,
-                   .arguments = argument("CODE", code, "Keys: " + keys),
-                   .check = check,
-                   .run = [=](TerminalSession& session, const std::u16string& host) {
-                     require(session, name + " set",
-                             [&](Cronvel& c) { return (c.*call)(host, toUtf16(*code)); });
-                   }});
+  const Command command = cronvel.add(
+      name,
+      "Set the code of " + std::to_string(length) + " keys that the terminal expects on its keypad",
+      Command::people);
+  const Text code = command.argument("CODE", "Keys: " + keys);
+  command.prepareTask([=] {
+    checkCode(name, *code, length, keys);
+    return requireSuccess(name + " set", [=](Cronvel& c, const std::u16string& host) {
+      return (c.*call)(host, toUtf16(*code));
+    });
+  });
 }
 
-void addMessage(CLI::App& app, Shell shell) {
-  const Text card = std::make_shared<std::string>();
-  const Text text = std::make_shared<std::string>();
-  addTerminalTask(
-      app, shell,
-      {.name = "message",
-       .help = "Leave a message for one card holder",
-       .group = peopleGroup,
-       .arguments =
-           [=](CLI::App& command) {
-             command.add_option("CARD", *card, "Card number, 0 to 65535")->required();
-             command.add_option("TEXT", *text, "Up to 31 characters, Persian or Latin")->required();
-           },
-       .check = [=] { parseNumber(*card, 0, 65535, "CARD"); },
-       .run =
-           [=](TerminalSession& session, const std::u16string& host) {
-             const std::u16string message = toUtf16(*text);
-             if (message.size() > messageLength)
-               session.warn("the terminal shows only the last " + std::to_string(messageLength) +
-                            " of " + std::to_string(message.size()) + " characters");
-             require(session, "message for card " + *card + " sent",
-                     [&](Cronvel& c) { return c.SendMsg(host, toUtf16(*card), message); });
-           }});
+void sendMessage(TerminalSession& session, const std::u16string& host, const std::string& card,
+                 const std::u16string& message) {
+  if (message.size() > messageLength)
+    session.warn("the terminal shows only the last " + std::to_string(messageLength) + " of " +
+                 std::to_string(message.size()) + " characters");
+  session.require("message for card " + card + " sent",
+                  [&](Cronvel& c) { return c.SendMsg(host, toUtf16(card), message); });
+}
+
+void addMessage(const Command& cronvel) {
+  const Command command =
+      cronvel.add("message", "Leave a message for one card holder", Command::people);
+  const Text card = command.argument("CARD", "Card number, 0 to 65535");
+  const Text text = command.argument("TEXT", "Up to 31 characters, Persian or Latin");
+  command.prepareTask([=] {
+    parseNumber(*card, 0, 65535, "CARD");
+    return [=](TerminalSession& session, const std::u16string& host) {
+      sendMessage(session, host, *card, toUtf16(*text));
+    };
+  });
 }
 
 std::vector<std::u16string> modeNames(const std::vector<std::string>& given,
@@ -121,72 +102,56 @@ std::vector<std::u16string> modeNames(const std::vector<std::string>& given,
   return names;
 }
 
-void addModeNames(CLI::App& mode, Shell shell) {
-  const auto given = std::make_shared<std::vector<std::string>>();
-  const Text fileName = std::make_shared<std::string>();
-  addTerminalTask(mode, shell,
-                  {.name = "names",
-                   .help = "Set the names of the eight modes",
-                   .arguments =
-                       [=](CLI::App& app) {
-                         app.add_option("NAME", *given, "Eight names of up to 16 characters");
-                         app.add_option("--file", *fileName,
-                                        "Take them from this file, one in a line")
-                             ->type_name("FILE");
-                       },
-                   .check = [=] { modeNames(*given, *fileName); },
-                   .run =
-                       [=](TerminalSession& session, const std::u16string& host) {
-                         const HostArray<std::u16string> names(modeNames(*given, *fileName));
-                         require(session, "mode names sent",
-                                 [&](Cronvel& c) { return c.SendModeStr(host, names); });
-                       }});
+void addModeNames(const Command& mode) {
+  const Command command = mode.add("names", "Set the names of the eight modes");
+  const Texts given = command.optionalArguments("NAME", "Eight names of up to 16 characters");
+  const Text fileName = command.option("--file", "FILE", "Take them from this file, one in a line");
+  command.prepareTask([=] {
+    return requireSuccess(
+        "mode names sent",
+        [names = HostArray<std::u16string>(modeNames(*given, *fileName))](
+            Cronvel& c, const std::u16string& host) { return c.SendModeStr(host, names); });
+  });
 }
 
 std::vector<bool> activeModes(const std::string& text) {
   std::vector<bool> active(modes, text == "all");
   if (text == "all" || text == "none") return active;
-  for (const std::string& part : CLI::detail::split(text, ','))
+  for (const std::string& part : split(text, ','))
     active[static_cast<std::size_t>(parseNumber(part, 0, modes - 1, "mode"))] = true;
   return active;
 }
 
-void addModeActive(CLI::App& mode, Shell shell) {
-  const Text text = std::make_shared<std::string>();
-  addTerminalTask(mode, shell,
-                  {.name = "active",
-                   .help = "Say which modes can be chosen",
-                   .arguments = argument("MODES", text, "Such as 0,3,7; all; none"),
-                   .check = [=] { activeModes(*text); },
-                   .run =
-                       [=](TerminalSession& session, const std::u16string& host) {
-                         const HostArray<bool> active(activeModes(*text));
-                         require(session, "modes " + *text + " active",
-                                 [&](Cronvel& c) { return c.SendModeActive(host, active); });
-                       }});
+void addModeActive(const Command& mode) {
+  const Command command = mode.add("active", "Say which modes can be chosen");
+  const Text text = command.argument("MODES", "Such as 0,3,7; all; none");
+  command.prepareTask([=] {
+    return requireSuccess(
+        "modes " + *text + " active",
+        [active = HostArray<bool>(activeModes(*text))](Cronvel& c, const std::u16string& host) {
+          return c.SendModeActive(host, active);
+        });
+  });
 }
 
 }  // namespace
 
-void addPeopleCommands(CLI::App& app, Shell shell) {
-  addSwitch(app, shell, "reader", "Switch the card reader on or off", "on", "off",
+void addPeopleCommands(const Command& cronvel) {
+  addSwitch(cronvel, "reader", "Switch the card reader on or off", "on", "off",
             &Cronvel::SetReaderOnOff);
-  addSwitch(app, shell, "access", "Open: persons are admitted; closed: nobody is", "open", "closed",
+  addSwitch(cronvel, "access", "Open: persons are admitted; closed: nobody is", "open", "closed",
             &Cronvel::SetPersonAccessable);
-  CLI::App* group = app.add_subcommand("group", "The groups of card holders that are served")
-                        ->group(peopleGroup)
-                        ->require_subcommand(1);
-  addNumberTask(*group, shell, "main", "The main group", 99, &Cronvel::SetMainGroup);
-  addNumberTask(*group, shell, "sub", "The sub group", 99, &Cronvel::SetSubGroup);
-  addCode(app, shell, "code4", 4, "0123456789", &Cronvel::SetCode4);
-  addCode(app, shell, "code10", 10, "0123456789@", &Cronvel::SetCode10);
-  addMessage(app, shell);
-  CLI::App* mode = app.add_subcommand("mode", "The terminal's eight modes")
-                       ->group(peopleGroup)
-                       ->require_subcommand(1);
-  addNumberTask(*mode, shell, "set", "Choose the current mode", 255, &Cronvel::SetMode);
-  addModeNames(*mode, shell);
-  addModeActive(*mode, shell);
+  const Command group =
+      cronvel.addFamily("group", "The groups of card holders that are served", Command::people);
+  addNumberTask(group, "main", "The main group", 99, &Cronvel::SetMainGroup);
+  addNumberTask(group, "sub", "The sub group", 99, &Cronvel::SetSubGroup);
+  addCode(cronvel, "code4", 4, "0123456789", &Cronvel::SetCode4);
+  addCode(cronvel, "code10", 10, "0123456789@", &Cronvel::SetCode10);
+  addMessage(cronvel);
+  const Command mode = cronvel.addFamily("mode", "The terminal's eight modes", Command::people);
+  addNumberTask(mode, "set", "Choose the current mode", 255, &Cronvel::SetMode);
+  addModeNames(mode);
+  addModeActive(mode);
 }
 
 }  // namespace cronvel

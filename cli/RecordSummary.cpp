@@ -1,7 +1,5 @@
 #include "cli/RecordSummary.h"
 
-#include <ostream>
-
 #include "runtime/File.h"
 #include "runtime/Text.h"
 
@@ -13,10 +11,10 @@ std::string recordCounts(const Cronvel& control) {
          std::to_string(control.DamagedRecs()) + " damaged";
 }
 
-void warnOfDamage(const Cronvel& control, Io& io) {
-  if (control.DamagedRecs() == 0) return;
-  io.err << "cronvel: damaged digits are shown as \"?\"; download again before the terminal's "
-            "memory is erased\n";
+void warnOfDamage(TerminalSession& session) {
+  if (session.control().DamagedRecs() == 0) return;
+  session.warn(
+      "damaged digits are shown as \"?\"; download again before the terminal's memory is erased");
 }
 
 std::string whyIncomplete(TerminalSession& session, const RecordFiles& files, bool strict) {

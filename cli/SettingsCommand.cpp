@@ -2,75 +2,54 @@
 #include <memory>
 #include <ostream>
 
-#include "cli/Arguments.h"
-#include "cli/Commands.h"
-#include "cli/LinkOptions.h"
-#include "cli/TerminalSession.h"
+#include "cli/Command.h"
+#include "control/PersistedProperties.h"
 #include "host/PropertyBagFile.h"
-#include "runtime/File.h"
 #include "runtime/Text.h"
 
 namespace cronvel {
 
 namespace {
 
-struct SettingsOptions {
-  LinkOptions link;
-  std::string file;
-  std::optional<int> port;
-
-  bool changeSomething() const {
-    return port || link.device || link.idDigits || !link.speed.empty();
-  }
-};
-
-void print(std::ostream& out, const Cronvel& control) {
-  const auto line = [&out](const char* key, const std::string& value) {
-    out << std::left << std::setw(18) << key << value << '\n';
-  };
-  const auto flag = [](bool value) { return std::string(value ? "True" : "False"); };
-  line("Enabled", flag(control.Enabled()));
-  line("CommPort", std::to_string(control.CommPort()));
-  line("ReaderOn", flag(control.ReaderOn()));
-  line("MonitoringON", flag(control.MonitoringON()));
-  line("IdLen", std::to_string(control.IdLen()));
-  line("DialupConnection", flag(control.DialupConnection()));
-  line("TelNum", toUtf8(control.TelNum()));
-  line("BPS", toUtf8(control.BPS()));
-  line("DeviceNum", std::to_string(control.DeviceNum()));
-  line("NumOfRecs", std::to_string(control.NumOfRecs()));
-  line("DamagedRecs", std::to_string(control.DamagedRecs()));
+std::string textOf(const Variant& value) {
+  if (const auto* flag = std::get_if<bool>(&value)) return *flag ? "True" : "False";
+  if (const auto* number = std::get_if<std::int16_t>(&value)) return std::to_string(*number);
+  if (const auto* number = std::get_if<std::int32_t>(&value)) return std::to_string(*number);
+  return toUtf8(std::get<std::u16string>(value));
 }
 
-void settings(const SettingsOptions& options, Shell shell) {
-  LinkOptions link = options.link;
-  if (options.port) link.port = std::to_string(*options.port);
-  const std::filesystem::path path = options.file;
-  if (std::filesystem::exists(path) || !options.changeSomething()) link.settingsFile = options.file;
-  TerminalSession session(shell.platform, shell.io, link);
-  if (options.changeSomething()) {
-    PropertyBagFile bag;
-    session.control().WriteProperties(bag);
-    bag.save(path);
-  }
-  print(shell.io.out, session.control());
+void print(std::ostream& out, const Cronvel& control) {
+  for (const PersistedProperty& property : persistedProperties())
+    out << std::left << std::setw(18) << property.key << textOf(property.get(control)) << '\n';
+}
+
+void write(const Cronvel& control, const std::filesystem::path& path) {
+  PropertyBagFile bag;
+  control.WriteProperties(bag);
+  bag.save(path);
+}
+
+Invocation prepareSettings(const std::string& file, LinkOptions options) {
+  const std::filesystem::path path = file;
+  const bool changes = !options.properties.empty();
+  if (std::filesystem::exists(path) || !changes) options.settingsFile = file;
+  return {Link::nowhere(options), [path, changes](TerminalSession& session) {
+            if (changes) write(session.control(), path);
+            print(session.out(), session.control());
+          }};
 }
 
 }  // namespace
 
-void addSettingsCommand(CLI::App& app, Shell shell) {
-  auto options = std::make_shared<SettingsOptions>();
-  CLI::App* command = app.add_subcommand("settings", "Show or write a settings file for --settings")
-                          ->group(fileGroup);
-  command->footer(
+void addSettingsCommand(const Command& cronvel) {
+  const Command command =
+      cronvel.add("settings", "Show or write a settings file for --settings", Command::files);
+  command.footer(
       "With an option the file is written (made if it is not there), then shown. Settings that\n"
       "have their usual value are left out of the file.");
-  command->add_option("FILE", options->file, "The settings file")->required();
-  addNumber(*command, "--port", options->port, 1, 32767, "Serial port, by number");
-  addNumber(*command, "--device", options->link.device, 0, 99, "Number of the terminal");
-  addSpeed(*command, options->link);
-  addIdDigits(*command, options->link);
-  command->callback([options, shell] { settings(*options, shell); });
+  const Text file = command.argument("FILE", "The settings file");
+  const LinkChoice link = command.link({addPortNumber, addDevice, addSpeed, addIdDigits});
+  command.prepare([=] { return prepareSettings(*file, *link); });
 }
 
 }  // namespace cronvel

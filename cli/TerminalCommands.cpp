@@ -1,11 +1,9 @@
 #include <chrono>
 #include <memory>
-#include <ostream>
+#include <optional>
 
 #include "cli/Arguments.h"
-#include "cli/Commands.h"
-#include "cli/LinkOptions.h"
-#include "cli/TerminalTask.h"
+#include "cli/Command.h"
 #include "runtime/Text.h"
 
 namespace cronvel {
@@ -14,43 +12,42 @@ namespace {
 
 std::uint8_t byte(int number) { return static_cast<std::uint8_t>(number); }
 
-void addTest(CLI::App& app, Shell shell) {
-  CLI::App* command = addTerminalTask(
-      app, shell,
-      {.name = "test",
-       .help = "Ask the terminal for a sign of life",
-       .network = TerminalTask::Network::listens,
-       .run = [](TerminalSession& session, const std::u16string& host) {
-         require(session, "answers", [&](Cronvel& c) { return c.TestConnection(host); });
-       }});
-  command->footer("Over the network the terminal connects in (--listen), within 10 seconds.");
+void addTest(const Command& cronvel) {
+  const Command test = cronvel.add("test", "Ask the terminal for a sign of life");
+  test.footer("Over the network the terminal connects in (--listen), within 10 seconds.");
+  test.prepareTask([] { return requireSuccess("answers", &Cronvel::TestConnection); },
+                   &Link::listens);
 }
 
 struct ClockOptions {
-  LinkOptions link;
-  std::string time;
-  std::string date;
-  std::optional<int> weekday;
+  Text time;
+  Text date;
+  Number weekday;
+  LinkChoice link;
 };
 
-/// What the options ask for, read before anything is sent.
-struct ClockPlan {
-  bool timeWanted = false;
-  bool dateWanted = false;
-  std::string time;  ///< empty: the PC's, taken when it is sent
+struct DatePlan {
   CalendarDay date;
   int weekday = 0;
+  Peer peer;
 };
 
-ClockPlan planClock(const ClockOptions& options) {
-  const bool dateGiven = !options.date.empty() || options.weekday;
-  ClockPlan plan;
-  plan.timeWanted = !options.time.empty() || !dateGiven;
-  plan.dateWanted = dateGiven || options.time.empty();
-  if (!options.time.empty() && options.time != "now") plan.time = parseTime(options.time, "--time");
-  const bool pcDate = options.date.empty() || options.date == "today";
-  plan.date = pcDate ? today() : parseDate(options.date, "--date");
-  const auto weekday = options.weekday ? options.weekday : dayOfWeek(plan.date);
+struct TimePlan {
+  std::string time;  ///< empty: the PC's, taken when it is sent
+  Peer peer;
+};
+
+struct ClockPlan {
+  std::optional<DatePlan> date;
+  std::optional<TimePlan> time;
+  std::string leftOut;  ///< for the person: what is not set, and why
+};
+
+DatePlan planDate(const ClockOptions& options) {
+  DatePlan plan;
+  const bool pcDate = options.date->empty() || *options.date == "today";
+  plan.date = pcDate ? today() : parseDate(*options.date, "--date");
+  const auto weekday = *options.weekday ? *options.weekday : dayOfWeek(plan.date);
   if (!weekday)
     throw CommandFailure(ExitStatus::wrongUse,
                          "--date: " + formatDate(plan.date) +
@@ -59,162 +56,167 @@ ClockPlan planClock(const ClockOptions& options) {
   return plan;
 }
 
+/// What the options ask for; without a wish of the person's own, both.
+ClockPlan planWishes(const ClockOptions& options) {
+  const bool dateGiven = !options.date->empty() || *options.weekday;
+  ClockPlan plan;
+  if (!options.time->empty() || !dateGiven) plan.time.emplace();
+  if (!options.time->empty() && *options.time != "now")
+    plan.time->time = parseTime(*options.time, "--time");
+  if (dateGiven || options.time->empty()) plan.date = planDate(options);
+  return plan;
+}
+
 /// Over the network the time needs a terminal that connects in and the date one to connect to.
-/// Without a wish of the person's own, what cannot be done is left out and said.
-void leaveOutUnreachable(ClockPlan& plan, const LinkOptions& link, Io& io) {
-  if (!link.onNetwork() || !plan.timeWanted || !plan.dateWanted) return;
-  if (!link.listenPort) {
-    plan.timeWanted = false;
-    io.err
-        << "cronvel: the time is not set: for that the terminal connects in; add --listen PORT\n";
-  } else if (link.host.empty()) {
-    plan.dateWanted = false;
-    io.err << "cronvel: the date is not set: for that the PC connects; add --host HOST[:PORT]\n";
+/// Where both are wanted, what cannot be done is left out and said.
+void leaveOutUnreachable(ClockPlan& plan, const Link& link) {
+  if (!link.onNetwork() || !plan.time || !plan.date) return;
+  if (!link.listenPort()) {
+    plan.time.reset();
+    plan.leftOut = "the time is not set: for that the terminal connects in; add --listen PORT";
+  } else if (link.host().empty()) {
+    plan.date.reset();
+    plan.leftOut = "the date is not set: for that the PC connects; add --host HOST[:PORT]";
   }
 }
 
-void setDate(TerminalSession& session, const ClockPlan& plan) {
-  const std::string date = formatDate(plan.date);
-  const std::u16string host = session.connects("setting the date");
-  require(session, "date set to " + date + ", day of week " + std::to_string(plan.weekday),
-          [&](Cronvel& c) { return c.SetDate(host, toUtf16(date), byte(plan.weekday)); });
+ClockPlan planClock(const ClockOptions& options, const Link& link) {
+  ClockPlan plan = planWishes(options);
+  leaveOutUnreachable(plan, link);
+  if (plan.date) plan.date->peer = link.connects("setting the date");
+  if (plan.time) plan.time->peer = link.listens("setting the time");
+  return plan;
 }
 
-void setTime(TerminalSession& session, Io& io, const ClockPlan& plan) {
+void setDate(TerminalSession& session, const DatePlan& plan) {
+  const std::string date = formatDate(plan.date);
+  const std::u16string host = session.use(plan.peer);
+  session.require("date set to " + date + ", day of week " + std::to_string(plan.weekday),
+                  [&](Cronvel& c) { return c.SetDate(host, toUtf16(date), byte(plan.weekday)); });
+}
+
+void setTime(TerminalSession& session, const TimePlan& plan) {
   using std::chrono::steady_clock;
-  const std::u16string host = session.listens("setting the time");
+  const std::u16string host = session.use(plan.peer);
   const std::string time = plan.time.empty() ? timeNow() : plan.time;
   const auto start = steady_clock::now();
   auto connected = start;
   session.onTick([&] {
     if (session.socketState() == sckListening) connected = steady_clock::now();
   });
-  require(session, "time set to " + time,
-          [&](Cronvel& c) { return c.SetTime(host, Variant(toUtf16(time))); });
+  session.require("time set to " + time,
+                  [&](Cronvel& c) { return c.SetTime(host, Variant(toUtf16(time))); });
   session.onTick({});
   const auto late = std::chrono::duration_cast<std::chrono::seconds>(connected - start).count();
   if (late > 0)
-    io.err << "cronvel: the terminal took " << late
-           << " s to connect in, so its clock is that much behind; run the command again\n";
+    session.warn("the terminal took " + std::to_string(late) +
+                 " s to connect in, so its clock is that much behind; run the command again");
 }
 
-void setClock(const ClockOptions& options, Shell shell) {
-  LinkOptions link = options.link;
-  chooseLink(link);
-  ClockPlan plan = planClock(options);
-  leaveOutUnreachable(plan, link, shell.io);
-  TerminalSession session(shell.platform, shell.io, link);
-  if (plan.dateWanted) setDate(session, plan);
-  if (plan.timeWanted) setTime(session, shell.io, plan);
+Invocation prepareClock(const ClockOptions& options) {
+  const Link link = Link::toTerminal(*options.link);
+  return {link, [plan = planClock(options, link)](TerminalSession& session) {
+            if (!plan.leftOut.empty()) session.warn(plan.leftOut);
+            if (plan.date) setDate(session, *plan.date);
+            if (plan.time) setTime(session, *plan.time);
+          }};
 }
 
-void addSetClock(CLI::App& app, Shell shell) {
-  auto options = std::make_shared<ClockOptions>();
-  CLI::App* command =
-      app.add_subcommand("set-clock", "Set the terminal's time and date")->group(terminalGroup);
-  command->footer(
+void addSetClock(const Command& cronvel) {
+  const Command command = cronvel.add("set-clock", "Set the terminal's time and date");
+  command.footer(
       "Without --time, --date and --weekday both are set from this PC's clock; otherwise only\n"
       "what was asked for is set. The day of the week is numbered as the terminal does it; from\n"
       "a date this command takes Sunday as 1 to Saturday as 7. If your terminal counts\n"
       "otherwise, give --weekday.\n"
       "Over the network the terminal connects in for the time (--listen), and this PC connects\n"
       "for the date (--host); give both to set both.");
-  command->add_option("--time", options->time, "Set this time, or the PC's: \"now\"")
-      ->type_name("HH:MM[:SS]");
-  command->add_option("--date", options->date, "Set this date, or the PC's: \"today\"")
-      ->type_name("DD/MM/YY");
-  addNumber(*command, "--weekday", options->weekday, 0, 255,
-            "Day of the week as the terminal numbers it");
-  addLinkOptions(*command, options->link);
-  command->callback([options, shell] { setClock(*options, shell); });
+  const ClockOptions options{
+      .time = command.option("--time", "HH:MM[:SS]", "Set this time, or the PC's: \"now\""),
+      .date = command.option("--date", "DD/MM/YY", "Set this date, or the PC's: \"today\""),
+      .weekday = command.number("--weekday", 0, 255, "Day of the week as the terminal numbers it"),
+      .link = command.link()};
+  command.prepare([=] { return prepareClock(options); });
 }
 
-struct DaylightOptions {
-  LinkOptions link;
-  std::string start;
-  std::string end;
-};
-
-void addSetDaylight(CLI::App& app, Shell shell) {
-  auto options = std::make_shared<DaylightOptions>();
-  CLI::App* command =
-      app.add_subcommand("set-daylight", "Set the daylight-saving period")->group(terminalGroup);
-  command->add_option("START", options->start, "First day, such as 21/03")->required();
-  command->add_option("END", options->end, "Last day, such as 22/09")->required();
-  addLinkOptions(*command, options->link);
-  command->callback([options, shell] {
-    const CalendarDay start = parseDayMonth(options->start, "START");
-    const CalendarDay end = parseDayMonth(options->end, "END");
-    chooseLink(options->link);
-    TerminalSession session(shell.platform, shell.io, options->link);
-    const std::u16string host = session.connects("set-daylight");
-    require(session, "daylight saving from " + options->start + " to " + options->end,
-            [&](Cronvel& c) {
-              return c.SetDayLight(host, byte(start.day), byte(start.month), byte(end.day),
-                                   byte(end.month));
-            });
+void addSetDaylight(const Command& cronvel) {
+  const Command command = cronvel.add("set-daylight", "Set the daylight-saving period");
+  const Text start = command.argument("START", "First day, such as 21/03");
+  const Text end = command.argument("END", "Last day, such as 22/09");
+  command.prepareTask([=] {
+    const CalendarDay first = parseDayMonth(*start, "START");
+    const CalendarDay last = parseDayMonth(*end, "END");
+    return requireSuccess("daylight saving from " + *start + " to " + *end,
+                          [=](Cronvel& c, const std::u16string& host) {
+                            return c.SetDayLight(host, byte(first.day), byte(first.month),
+                                                 byte(last.day), byte(last.month));
+                          });
   });
 }
 
-void addSetKeyboard(CLI::App& app, Shell shell) {
-  auto setting = std::make_shared<std::string>();
-  addTerminalTask(
-      app, shell,
-      {.name = "set-keyboard",
-       .help = "Choose the terminal's keypad setting by its number",
-       .arguments =
-           [setting](CLI::App& command) {
-             command.add_option("N", *setting, "Setting, 0 to 255; its meaning is the terminal's")
-                 ->required();
-           },
-       .check = [setting] { parseNumber(*setting, 0, 255, "N"); },
-       .run =
-           [setting](TerminalSession& session, const std::u16string& host) {
-             const std::uint8_t key = byte(parseNumber(*setting, 0, 255, "N"));
-             require(session, "keypad setting " + std::to_string(key),
-                     [&](Cronvel& c) { return c.SetKeyboard(host, key); });
-           }});
+void addSetKeyboard(const Command& cronvel) {
+  const Command command =
+      cronvel.add("set-keyboard", "Choose the terminal's keypad setting by its number");
+  const Text setting = command.argument("N", "Setting, 0 to 255; its meaning is the terminal's");
+  command.prepareTask([=] {
+    const std::uint8_t key = byte(parseNumber(*setting, 0, 255, "N"));
+    return requireSuccess(
+        "keypad setting " + std::to_string(key),
+        [=](Cronvel& c, const std::u16string& host) { return c.SetKeyboard(host, key); });
+  });
 }
 
-/// Before the session begins: while a question waits, Ctrl-C must simply end the program.
-void confirmReset(const LinkOptions& link, Shell shell) {
-  if (!shell.io.canAsk)
+void requireSomebodyToAsk(const Io& io) {
+  if (!io.canAsk)
     throw CommandFailure(ExitStatus::wrongUse,
                          "reset-memory erases every record in the terminal and nobody is here to "
                          "confirm it; add --yes");
-  const std::string which =
-      link.device ? "terminal " + std::to_string(*link.device) : "the terminal";
-  const auto answer = shell.platform.msgBox().show(toUtf16("Erase every record in " + which + "?"),
-                                                   MsgBox::Buttons::yesNo, u"cronvel");
+}
+
+void confirmReset(Platform& platform, const std::string& which) {
+  const auto answer = platform.msgBox().show(toUtf16("Erase every record in " + which + "?"),
+                                             MsgBox::Buttons::yesNo, u"cronvel");
   if (answer != MsgBox::Answer::yes)
     throw CommandFailure(ExitStatus::refused, "nothing was erased");
 }
 
-void addResetMemory(CLI::App& app, Shell shell) {
-  auto link = std::make_shared<LinkOptions>();
-  auto yes = std::make_shared<bool>(false);
-  CLI::App* command = app.add_subcommand("reset-memory", "Erase every record in the terminal")
-                          ->group(terminalGroup);
-  command->footer("Download the records first: they cannot be brought back.");
-  command->add_flag("--yes", *yes, "Do not ask");
-  addLinkOptions(*command, *link);
-  command->callback([link, yes, shell] {
-    chooseLink(*link);
-    if (!*yes) confirmReset(*link, shell);
-    TerminalSession session(shell.platform, shell.io, *link);
-    const std::u16string host = session.connects("reset-memory");
-    require(session, "record memory erased", [&](Cronvel& c) { return c.ResetMem(host); });
+std::string named(const LinkOptions& link) {
+  const auto device = link.properties.find("DeviceNum");
+  if (device == link.properties.end()) return "the terminal";
+  return "terminal " + std::to_string(std::get<std::int16_t>(device->second));
+}
+
+Invocation prepareReset(const LinkOptions& options, bool ask, const Io& io) {
+  const Link link = Link::toTerminal(options);
+  if (ask) requireSomebodyToAsk(io);
+  const Invocation reset(link, [peer = link.connects("reset-memory")](TerminalSession& session) {
+    const std::u16string host = session.use(peer);
+    session.require("record memory erased", [&](Cronvel& c) { return c.ResetMem(host); });
   });
+  if (!ask) return reset;
+  // Before the session begins: while a question waits, Ctrl-C must simply end the program.
+  return Invocation([=, which = named(options)](Shell shell) {
+    confirmReset(shell.platform, which);
+    reset.run(shell);
+  });
+}
+
+void addResetMemory(const Command& cronvel, const Io& io) {
+  const Command command = cronvel.add("reset-memory", "Erase every record in the terminal");
+  command.footer("Download the records first: they cannot be brought back.");
+  const Flag yes = command.flag("--yes", "Do not ask");
+  const LinkChoice link = command.link();
+  command.prepare([=, &io] { return prepareReset(*link, !*yes, io); });
 }
 
 }  // namespace
 
-void addTerminalCommands(CLI::App& app, Shell shell) {
-  addTest(app, shell);
-  addSetClock(app, shell);
-  addSetDaylight(app, shell);
-  addSetKeyboard(app, shell);
-  addResetMemory(app, shell);
+void addTerminalCommands(const Command& cronvel, const Io& io) {
+  addTest(cronvel);
+  addSetClock(cronvel);
+  addSetDaylight(cronvel);
+  addSetKeyboard(cronvel);
+  addResetMemory(cronvel, io);
 }
 
 }  // namespace cronvel

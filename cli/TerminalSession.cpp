@@ -3,8 +3,8 @@
 #include <ostream>
 #include <utility>
 
-#include "cli/Arguments.h"
 #include "host/PropertyBagFile.h"
+#include "platform/TracingPlatform.h"
 #include "runtime/Text.h"
 
 namespace cronvel {
@@ -12,37 +12,31 @@ namespace cronvel {
 namespace {
 
 constexpr std::int32_t tickMilliseconds = 200;
-constexpr std::int16_t mappedPort = 1;
 
-TracingPlatform::Sink traceSink(Io& io, bool trace) {
-  if (!trace) return {};
-  return [&io](std::string_view line) { io.err << line << '\n' << std::flush; };
-}
-
-bool isNumber(const std::string& text) {
-  return text.find_first_not_of("0123456789") == std::string::npos;
+std::unique_ptr<Platform> makeTrace(Shell shell) {
+  return std::make_unique<TracingPlatform>(shell.platform, [&io = shell.io](std::string_view line) {
+    io.err << line << '\n' << std::flush;
+  });
 }
 
 }  // namespace
 
-TerminalSession::TerminalSession(Platform& platform, Io& io, const LinkOptions& link)
-    : mIo(io),
-      mLink(link),
-      mPlatform(platform, traceSink(io, link.trace)),
-      mControl(mPlatform, *this, *this),
-      mTick(platform.makeTimer()) {
-  applyOptions();
+TerminalSession::TerminalSession(Shell shell, const Link& link)
+    : mShell(shell),
+      mTrace(link.trace() ? makeTrace(shell) : nullptr),
+      mControl(mTrace ? *mTrace : shell.platform, *this, *this),
+      mTick(shell.platform.makeTimer()) {
+  setUp(link);
   mTick->Interval(tickMilliseconds);
   mTick->onTimer([this] { tick(); });
   mTick->Enabled(true);
-  if (!link.telephone.empty()) dial();
+  if (link.dials()) dial();
 }
 
 TerminalSession::~TerminalSession() { hangUp(); }
 
 void TerminalSession::dial() {
   constexpr std::int16_t connected = 0;
-  mControl.TelNum(toUtf16(mLink.telephone));
   if (run([](Cronvel& c) { return c.Dial(); }) != connected)
     throw failure("the modem did not connect");
   mDialled = true;
@@ -58,50 +52,25 @@ void TerminalSession::hangUp() {
   }
 }
 
-void TerminalSession::applyOptions() {
-  if (mLink.settingsFile.empty()) {
-    mControl.InitProperties();
-  } else {
-    PropertyBagFile bag = PropertyBagFile::load(mLink.settingsFile);
-    mControl.ReadProperties(bag);
-  }
-  if (mLink.device) mControl.DeviceNum(static_cast<std::uint8_t>(*mLink.device));
-  if (mLink.idDigits) mControl.IdLen(static_cast<std::uint8_t>(*mLink.idDigits));
-  if (!mLink.speed.empty()) mControl.BPS(toUtf16(mLink.speed));
-  if (mLink.port.empty()) return;
-  if (isNumber(mLink.port)) {
-    mControl.CommPort(static_cast<std::int16_t>(parseNumber(mLink.port, 0, 32767, "--port")));
-  } else {
-    mPlatform.mapCommPort(mappedPort, mLink.port);
-    mControl.CommPort(mappedPort);
-  }
+void TerminalSession::setUp(const Link& link) {
+  if (!link.portPath().empty()) mShell.platform.mapCommPort(mappedPort, link.portPath());
+  PropertyBagFile properties = link.properties();
+  mControl.ReadProperties(properties);
 }
 
-std::u16string TerminalSession::connects(const std::string& command) {
-  if (!mLink.onNetwork()) return {};
-  if (mLink.host.empty())
-    throw CommandFailure(ExitStatus::wrongUse, "over the network " + command +
-                                                   " connects to the terminal: give --host "
-                                                   "HOST[:PORT] (--listen is for others)");
-  const HostAndPort target = parseHost(mLink.host);
-  const std::u16string host = toUtf16(target.host);
+std::u16string TerminalSession::use(const Peer& peer) {
+  if (peer.kind == Peer::Kind::line) return {};
   mControl.WinSockProtocol(sckTCPProtocol);
+  if (peer.kind == Peer::Kind::caller) {
+    mControl.WinSockLocalPort(peer.port);
+    mControl.SetWinSockTCPMode(0);
+    return toUtf16("terminal-" + std::to_string(peer.port));
+  }
+  std::u16string host = toUtf16(peer.host);
   mControl.WinSockRemoteHost(host);
-  mControl.WinSockRemotePort(target.port);
+  mControl.WinSockRemotePort(peer.port);
   mControl.SetWinSockUDPMode(0);  // the one mode member that applies the remote port
   return host;
-}
-
-std::u16string TerminalSession::listens(const std::string& command) {
-  if (!mLink.onNetwork()) return {};
-  if (!mLink.listenPort)
-    throw CommandFailure(ExitStatus::wrongUse, "over the network " + command +
-                                                   " waits for the terminal to connect in: give "
-                                                   "--listen PORT (--host is for others)");
-  mControl.WinSockProtocol(sckTCPProtocol);
-  mControl.WinSockLocalPort(*mLink.listenPort);
-  mControl.SetWinSockTCPMode(0);
-  return toUtf16("terminal-" + std::to_string(*mLink.listenPort));
 }
 
 CommandFailure TerminalSession::explained(const RunTimeError& error) const {
@@ -135,24 +104,19 @@ void TerminalSession::tick() {
   if (mOnTick) mOnTick();
 }
 
-void TerminalSession::useListenPort() {
-  mControl.WinSockProtocol(sckTCPProtocol);
-  mControl.WinSockLocalPort(*mLink.listenPort);
-  mControl.SetWinSockTCPMode(0);
-}
-
 void TerminalSession::say(const std::string& sentence, bool beside) {
-  (beside ? mIo.err : mIo.out) << terminal() << ": " << sentence << '\n' << std::flush;
+  (beside ? mShell.io.err : mShell.io.out) << terminal() << ": " << sentence << '\n' << std::flush;
 }
 
 void TerminalSession::warn(const std::string& sentence) {
-  mIo.err << "cronvel: " << sentence << '\n' << std::flush;
+  mShell.io.err << "cronvel: " << sentence << '\n' << std::flush;
 }
 
 void TerminalSession::progress(const std::string& line) {
-  if (!mIo.showProgress) return;
+  if (!mShell.io.showProgress || (line.empty() && mShown == 0)) return;
   const std::size_t leftover = mShown > line.size() ? mShown - line.size() : 0;
-  mIo.err << '\r' << line << std::string(leftover, ' ') << (line.empty() ? "\r" : "") << std::flush;
+  mShell.io.err << '\r' << line << std::string(leftover, ' ') << (line.empty() ? "\r" : "")
+                << std::flush;
   mShown = line.size();
 }
 

@@ -7,30 +7,28 @@
 
 #include "cli/CommandFailure.h"
 #include "cli/InterruptGuard.h"
-#include "cli/Io.h"
-#include "cli/LinkOptions.h"
+#include "cli/Link.h"
+#include "cli/Shell.h"
 #include "control/Cronvel.h"
-#include "platform/TracingPlatform.h"
 
 namespace cronvel {
 
-/// A control for one run of the command: set up as the options say, its errors and events turned
-/// into sentences, ended in order by Ctrl-C. While it lives, the first Ctrl-C is its own.
+/// A control for one run of the command: set up for a link, its errors and events turned into
+/// sentences, ended in order by Ctrl-C. While it lives, the first Ctrl-C is its own.
 class TerminalSession : private __Cronvel, private Container {
  public:
-  /// With a telephone number it dials first; fails where that does not connect.
-  TerminalSession(Platform& platform, Io& io, const LinkOptions& link);
+  /// Dials first where the link says so; fails where that does not connect.
+  TerminalSession(Shell shell, const Link& link);
   ~TerminalSession() override;
 
   Cronvel& control() { return mControl; }
   /// The state of socket 0 as last reported.
   std::int16_t socketState() const { return mSocketState; }
 
-  /// The `sRemoteHost` for a command that connects to the terminal. Fails with `wrongUse` where
-  /// only a port to listen on was given; `command` is the name for that message.
-  std::u16string connects(const std::string& command);
-  /// The `sRemoteHost` for a command to which the terminal connects in.
-  std::u16string listens(const std::string& command);
+  /// Makes socket 0 ready for the next command's peer. Returns the `sRemoteHost` for the command.
+  std::u16string use(const Peer& peer);
+  /// Runs handlers while nothing else is to be done.
+  void waitEvents() { mShell.platform.messagePump().waitEvents(); }
 
   /// Called some times a second while the control waits.
   void onTick(std::function<void()> handler) { mOnTick = std::move(handler); }
@@ -44,12 +42,8 @@ class TerminalSession : private __Cronvel, private Container {
   void onLiveData(std::function<void(const std::string& source, const Bytes&)> handler) {
     mOnLiveData = std::move(handler);
   }
-  /// Gives socket 0 the port of --listen.
-  void useListenPort();
-  /// Whether it dialled before and will hang up at the end.
-  bool dialled() const { return mDialled; }
 
-  std::ostream& out() { return mIo.out; }
+  std::ostream& out() { return mShell.io.out; }
   /// "terminal 12: ...", as a result or beside the results.
   void say(const std::string& sentence, bool beside = false);
   void warn(const std::string& sentence);
@@ -66,6 +60,13 @@ class TerminalSession : private __Cronvel, private Container {
     } catch (const RunTimeError& error) {
       throw explained(error);
     }
+  }
+
+  /// Runs a call of the control with a yes or no result; says `done` or fails.
+  template <typename Call>
+  void require(const std::string& done, Call call) {
+    if (!run(call)) throw failure("it did not answer with success");
+    say(done);
   }
 
   /// Why the last command did not succeed; `otherwise` where nobody knows.
@@ -86,15 +87,14 @@ class TerminalSession : private __Cronvel, private Container {
                     const std::u16string& Source, const std::u16string& HelpFile,
                     std::int32_t HelpContext, bool& CancelDisplay) override;
   CommandFailure explained(const RunTimeError& error) const;
-  void applyOptions();
+  void setUp(const Link& link);
   void dial();
   void hangUp();
   void tick();
 
-  Io& mIo;
-  LinkOptions mLink;
+  Shell mShell;
   InterruptGuard mInterrupt;
-  TracingPlatform mPlatform;
+  std::unique_ptr<Platform> mTrace;  ///< with --trace, the control's platform
   std::int16_t mSocketState = sckClosed;
   std::string mSocketError;
   Cronvel mControl;

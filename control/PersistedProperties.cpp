@@ -9,6 +9,12 @@ namespace cronvel {
 struct PropertyTable {
   using SetRule = PersistedProperty::SetRule;
 
+  /// What a new control has.
+  static const ControlState& initial() {
+    static const ControlState state;
+    return state;
+  }
+
   /// What a bag keeps has no kind for a byte.
   static Variant kept(std::uint8_t value) { return std::int16_t{value}; }
   template <typename Value>
@@ -32,7 +38,7 @@ struct PropertyTable {
   /// `Set` is a function without a state that calls the property's own.
   template <auto Field, typename Set>
   static PersistedProperty row(std::string_view key, SetRule rule, Set /*set*/) {
-    using Value = std::decay_t<decltype(ControlState{}.*Field)>;
+    using Value = std::decay_t<decltype(initial().*Field)>;
     return {
         key,
         rule,

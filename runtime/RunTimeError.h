@@ -50,7 +50,7 @@ namespace cronvel {
   row(wrongProtocol, 40026, "Wrong protocol")
 // clang-format on
 
-#define CRONVEL_ERROR_NUMBER(name, number, text) name = number,
+#define CRONVEL_ERROR_NUMBER(name, number, text) name = (number),
 enum class ErrorNumber : int { CRONVEL_ERRORS(CRONVEL_ERROR_NUMBER) };
 #undef CRONVEL_ERROR_NUMBER
 

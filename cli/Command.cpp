@@ -76,7 +76,7 @@ void Command::prepare(std::function<Invocation()> prepare) const {
   mApp.callback([&prepared = mPrepared, prepare = std::move(prepare)] { prepared = prepare(); });
 }
 
-void Command::prepareTask(std::function<TerminalAction()> prepareAction,
+void Command::prepareTask(const std::function<TerminalAction()>& prepareAction,
                           Direction direction) const {
   const LinkChoice options = link();
   prepare([=, name = name()] {

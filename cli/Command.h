@@ -66,7 +66,7 @@ class Command {
   using Direction = Peer (Link::*)(const std::string& command) const;
   /// The same for one command on one terminal: adds the link's options, and completes and checks
   /// them after its own arguments.
-  void prepareTask(std::function<TerminalAction()> prepare,
+  void prepareTask(const std::function<TerminalAction()>& prepare,
                    Direction direction = &Link::connects) const;
 
  private:

@@ -63,7 +63,7 @@ struct PropertyTable {
   }
 
   static std::span<const PersistedProperty> all() {
-    using enum SetRule;
+    using enum PersistedProperty::SetRule;
     static const PersistedProperty properties[] = {
         row<&ControlState::Enabled>("Enabled", always,
                                     [](Cronvel& c, bool value) { c.Enabled(value); }),

@@ -171,7 +171,7 @@ void runDetached(std::function<void()> work) {
     FreeLibrary(own->module);
     throw std::system_error(error, std::system_category());
   }
-  own.release();
+  static_cast<void>(own.release());  // the thread has it now
   CloseHandle(thread);
 }
 

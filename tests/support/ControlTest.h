@@ -2,11 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "control/Cronvel.h"
 #include "host/PropertyBagFile.h"
+#include "tests/support/Errors.h"
 #include "tests/support/FakePlatform.h"
 #include "tests/support/TestFolder.h"
 
@@ -25,15 +23,9 @@ class RecordingContainer : public Container {
   std::function<void()> onChange;
 };
 
+/// Writes the events down, and into their arguments, as a host may: it must do no harm.
 class RecordingEvents : public __Cronvel {
  public:
-  struct Arrival {
-    Bytes bytes;
-    std::int32_t length;
-    std::u16string host;
-    std::u16string address;
-    int counters;
-  };
   void WinSockCurrentState(std::int16_t CurrentState) override { states.push_back(CurrentState); }
   void WinSockError(std::int16_t number, std::u16string& description, std::int32_t scode,
                     const std::u16string& source, const std::u16string& helpFile,
@@ -46,28 +38,24 @@ class RecordingEvents : public __Cronvel {
   void WinSockDataReceived(Bytes& bytes, std::int32_t length, std::u16string& host,
                            std::u16string& address, std::int16_t& loops,
                            std::int32_t& calls) override {
-    arrivals.push_back({bytes, length, host, address, loops + calls});
-    bytes.assign(5, 0xEE);  // a host may write there; it must do no harm
-    if (onArrival) onArrival();
+    arrivals.push_back(std::to_string(length) + ":" + hex(bytes) + " from " +
+                       toUtf8(host + u" " + address) + " " + std::to_string(loops + calls));
+    bytes.assign(5, 0xEE);
   }
   void DataReceivedForMonitoring(Bytes& bytes, std::int16_t length) override {
-    monitoring.push_back({bytes, length, {}, {}, 0});
+    monitoring.push_back(std::to_string(length) + ":" + hex(bytes));
   }
-  void AddFileProgressInit(std::int32_t& nMax) override { note(-nMax, nMax); }
-  void AddFileProgressInc(std::int32_t& nValue) override { note(nValue, nValue); }
+  void AddFileProgressInit(std::int32_t& nMax) override {
+    progress.push_back(-std::exchange(nMax, 99));
+  }
+  void AddFileProgressInc(std::int32_t& nValue) override {
+    progress.push_back(std::exchange(nValue, 99));
+  }
   std::vector<std::int16_t> states;
-  std::string errors;  ///< everything that each one told
-  std::vector<Arrival> arrivals;
-  std::vector<Arrival> monitoring;
-  std::function<void()> onArrival;
-  std::vector<std::int32_t> progress;  ///< the count as a negative number, then each
-  std::function<void(std::int32_t&)> onProgress;
-
- private:
-  void note(std::int32_t told, std::int32_t& value) {
-    progress.push_back(told);
-    if (onProgress) onProgress(value);
-  }
+  std::string errors;
+  std::vector<std::string> arrivals;    ///< "2: 01 FF from clock 10.0.0.9 0"
+  std::vector<std::string> monitoring;  ///< "2: 01 FF"
+  std::vector<std::int32_t> progress;   ///< the count as a negative number, then each
 };
 
 /// The control on a fake machine.
@@ -77,7 +65,6 @@ class ControlTest : public testing::Test {
     platform.time.stepPerRead = 1000;  // the calibration divides by the time that passes
     control = std::make_unique<Cronvel>(platform, container, events);
     platform.time.stepPerRead = 0;
-    transcript().take();
   }
   Transcript& transcript() { return platform.transcript; }
   /// Without sending the switch: as a host's saved settings would.
@@ -87,27 +74,6 @@ class ControlTest : public testing::Test {
     bag.WriteProperty("MonitoringON", true, false);
     control->ReadProperties(bag);
     transcript().take();
-  }
-  /// The error number that the call ends with, 0 for none.
-  template <typename Call>
-  static int errorOf(Call&& call) {
-    try {
-      call();
-    } catch (const RunTimeError& error) {
-      return static_cast<int>(error.number());
-    }
-    return 0;
-  }
-
-  /// The text of the error that the call ends with.
-  template <typename Call>
-  static std::string messageOf(Call&& call) {
-    try {
-      call();
-    } catch (const RunTimeError& error) {
-      return error.what();
-    }
-    return {};
   }
 
   FakePlatform platform;

@@ -1,29 +1,39 @@
 #pragma once
 
-#include <cstdint>
-#include <deque>
 #include <functional>
-#include <initializer_list>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
-#include "host/Container.h"
 #include "platform/Platform.h"
 #include "runtime/RunTimeError.h"
 #include "runtime/Text.h"
 
 namespace cronvel::test {
 
+/// " 01 FF"
+inline std::string hex(std::span<const std::uint8_t> bytes) {
+  constexpr char digits[] = "0123456789ABCDEF";
+  std::string text;
+  for (const std::uint8_t byte : bytes) text += {' ', digits[byte / 16], digits[byte % 16]};
+  return text;
+}
+
+inline void append(Bytes& bytes, const Bytes& more) {
+  bytes.insert(bytes.end(), more.begin(), more.end());
+}
+
 /// What the control did to its machine, in order: "settings 600,m,8,1; open; out 12; sleep 50".
 class Transcript {
  public:
   /// Writes an entry down. Raises the error that was planned for it.
-  void add(const std::string& entry);
+  void add(const std::string& entry) {
+    mText += (mText.empty() ? "" : "; ") + entry;
+    if (const auto failure = mFailures.extract(entry))
+      throw RunTimeError(failure.mapped(), "planned at " + entry);
+  }
   /// The same for a value that is kept unless that happens.
   template <typename Value>
   void set(Value& field, const Value& value, const std::string& entry) {
@@ -45,20 +55,37 @@ class VirtualTime : public Clock, public MessagePump {
  public:
   explicit VirtualTime(Transcript& transcript) : mTranscript(transcript) {}
 
-  double Timer() override;
-  void sleep(std::int32_t milliseconds) override;
-  void DoEvents() override;
-  void waitEvents() override;
+  double Timer() override {
+    mNow += stepPerRead;
+    return static_cast<double>(mNow % 86'400'000'000) / 1e6;
+  }
+  void sleep(std::int32_t milliseconds) override {
+    mTranscript.add("sleep " + std::to_string(milliseconds));
+    mNow += milliseconds * 1000LL;
+    runDue(mArrivals);
+  }
+  void DoEvents() override {
+    if (recordPasses) mTranscript.add("pump");
+    runPass();
+  }
+  void waitEvents() override {
+    if (!runPass()) mNow += 1000;
+  }
 
-  void setTimeOfDay(double seconds) { mNow = toMicroseconds(seconds); }
   /// Seconds that have passed since the start, midnights not counted.
   double elapsed() const { return static_cast<double>(mNow) / 1e6; }
   /// Happens inside the pump, as a handler.
-  void after(double seconds, std::function<void()> action);
+  void after(double seconds, std::function<void()> action) {
+    mPlanned.emplace(in(seconds), std::move(action));
+  }
   /// Happens whatever the control does then, also in a pause: bytes come into a buffer.
-  void arriveAfter(double seconds, std::function<void()> arrival);
+  void arriveAfter(double seconds, std::function<void()> arrival) {
+    mArrivals.emplace(in(seconds), std::move(arrival));
+  }
   /// Pumps for that long.
-  void run(double seconds);
+  void run(double seconds) {
+    for (const double end = elapsed() + seconds; elapsed() < end;) waitEvents();
+  }
   /// Called in every pass, before the planned actions.
   void eachPass(std::function<void()> action) { mEachPass.push_back(std::move(action)); }
 
@@ -66,12 +93,22 @@ class VirtualTime : public Clock, public MessagePump {
   bool recordPasses = false;     ///< write "pump" for every `DoEvents`
 
  private:
-  static std::int64_t toMicroseconds(double seconds) {
-    return static_cast<std::int64_t>(seconds * 1e6 + 0.5);
-  }
   using Plan = std::multimap<std::int64_t, std::function<void()>>;
-  bool runDue(Plan& plan);
-  bool runPass();
+
+  std::int64_t in(double seconds) const {
+    return mNow + static_cast<std::int64_t>(seconds * 1e6 + 0.5);
+  }
+  bool runDue(Plan& plan) {
+    bool ran = false;
+    for (; !plan.empty() && plan.begin()->first <= mNow; ran = true)
+      plan.extract(plan.begin()).mapped()();
+    return ran;
+  }
+  bool runPass() {
+    const bool arrived = runDue(mArrivals);
+    for (std::size_t i = 0; i < mEachPass.size(); ++i) mEachPass[i]();
+    return runDue(mPlanned) || arrived;
+  }
 
   Transcript& mTranscript;
   std::int64_t mNow = 12LL * 3600 * 1000000;
@@ -85,69 +122,94 @@ class FakeTerminal {
  public:
   explicit FakeTerminal(VirtualTime& time) : mTime(time) {}
   /// After `count` bytes, `delay` seconds later, `reply` arrives. Several can be planned.
-  void replyAfter(std::size_t count, double delay, Bytes reply) {
-    mPlanned.push_back({count, delay, std::move(reply)});
+  void replyAfter(std::size_t count, double delay, const Bytes& reply) {
+    mPlanned.emplace(count, std::pair(delay, reply));
   }
   /// Forgets its plans and counts from 0 again.
   void startAnew() {
     mPlanned.clear();
     mReceived = 0;
   }
-  void received(std::span<const std::uint8_t> bytes, std::function<void(Bytes)> deliver);
+  void received(std::size_t count, const std::function<void(const Bytes&)>& deliver) {
+    mReceived += count;
+    for (auto [plan, end] = mPlanned.equal_range(mReceived); plan != end; ++plan)
+      mTime.arriveAfter(plan->second.first, std::bind(deliver, plan->second.second));
+  }
 
  private:
-  struct Plan {
-    std::size_t count;
-    double delay;
-    Bytes reply;
-  };
   VirtualTime& mTime;
-  std::vector<Plan> mPlanned;
+  std::multimap<std::size_t, std::pair<double, Bytes>> mPlanned;
   std::size_t mReceived = 0;
+};
+
+/// What the fakes share.
+struct FakeMachine {
+  Transcript transcript;
+  VirtualTime time{transcript};
+  FakeTerminal terminal{time};
 };
 
 class FakeSerialPort : public SerialPort {
  public:
-  FakeSerialPort(Transcript& transcript, VirtualTime& time, FakeTerminal& terminal);
+  explicit FakeSerialPort(FakeMachine& machine) : mMachine(machine) {
+    machine.time.eachPass([this] {
+      if (std::exchange(mEventDue, false)) raise(comEvReceive);
+    });
+  }
 
-  void feed(const Bytes& bytes);  ///< bytes arrive; the event comes in the next pass
-  void raise(std::int16_t commEvent);
-  bool carrier = false;
-  std::function<bool()> onCarrierLook;  ///< answers instead, if there is one
+  /// Bytes arrive; the event comes in the next pass.
+  void feed(const Bytes& bytes) {
+    append(mReceived, bytes);
+    mEventDue = true;
+  }
+  void raise(std::int16_t commEvent) {
+    mCommEvent = commEvent;
+    mHandler();
+  }
+  std::function<bool()> carrier = [] { return false; };
   SerialPortSetup setup;
 
   void configure(const SerialPortSetup& newSetup) override { setup = newSetup; }
   std::int16_t CommPort() const override { return mNumber; }
   void CommPort(std::int16_t number) override {
-    mTranscript.set(mNumber, number, "port " + std::to_string(number));
+    log().set(mNumber, number, "port " + std::to_string(number));
   }
   std::string Settings() const override { return mSettings; }
   void Settings(std::string_view settings) override {
-    mTranscript.set(mSettings, std::string(settings), "settings " + std::string(settings));
+    log().set(mSettings, std::string(settings), "settings " + std::string(settings));
   }
   bool PortOpen() const override { return mOpen; }
-  void PortOpen(bool open) override { mTranscript.set(mOpen, open, open ? "open" : "close"); }
+  void PortOpen(bool open) override { log().set(mOpen, open, open ? "open" : "close"); }
   std::int32_t InBufferCount() override { return static_cast<std::int32_t>(mReceived.size()); }
-  void InBufferCount(std::int32_t count) override;
+  void InBufferCount(std::int32_t) override {
+    addIfOpen("discard in");
+    mReceived.clear();
+  }
   std::int32_t OutBufferCount() override { return 0; }
-  void OutBufferCount(std::int32_t) override { mTranscript.add("discard out"); }
-  void Output(std::span<const std::uint8_t> bytes) override;
+  void OutBufferCount(std::int32_t) override { log().add("discard out"); }
+  void Output(std::span<const std::uint8_t> bytes) override {
+    addIfOpen("out" + hex(bytes));
+    mMachine.terminal.received(bytes.size(), [this](const Bytes& reply) { feed(reply); });
+  }
   Bytes Input() override { return std::exchange(mReceived, {}); }
-  bool CDHolding() override { return onCarrierLook ? onCarrierLook() : carrier; }
+  bool CDHolding() override { return carrier(); }
   bool DTREnable() const override { return setup.DTREnable; }
   void DTREnable(bool enable) override {
-    mTranscript.set(setup.DTREnable, enable, enable ? "dtr on" : "dtr off");
+    log().set(setup.DTREnable, enable, enable ? "dtr on" : "dtr off");
   }
   std::int16_t CommEvent() const override { return mCommEvent; }
   void onComm(std::function<void()> handler) override { mHandler = std::move(handler); }
 
  private:
-  void requireOpen() const;
+  Transcript& log() { return mMachine.transcript; }
+  void addIfOpen(const std::string& entry) {
+    log().add(entry);
+    if (!mOpen) throw RunTimeError(ErrorNumber::portNotOpen);
+  }
 
-  Transcript& mTranscript;
-  FakeTerminal& mTerminal;
+  FakeMachine& mMachine;
   std::int16_t mNumber = 1;
-  std::string mSettings = "9600,n,8,1";
+  std::string mSettings;
   bool mOpen = false;
   Bytes mReceived;
   bool mEventDue = false;
@@ -155,130 +217,158 @@ class FakeSerialPort : public SerialPort {
   std::function<void()> mHandler;
 };
 
-class FakeSocketArray;
-
 class FakeSocket : public Socket {
  public:
-  FakeSocket(FakeSocketArray& array, std::int16_t index) : mArray(array), mIndex(index) {}
+  FakeSocket(FakeMachine& machine, std::int16_t index, std::function<void(const Bytes&)> deliver)
+      : mMachine(machine), mIndex(index), mDeliver(std::move(deliver)) {}
 
   std::int16_t state = sckClosed;
   Bytes received;
+  bool announcing = false;
 
-  std::int16_t Protocol() const override { return mProtocol; }
-  void Protocol(std::int16_t protocol) override { set(mProtocol, protocol, "protocol "); }
-  std::int32_t LocalPort() const override { return mLocalPort; }
-  void LocalPort(std::int32_t port) override { set(mLocalPort, port, "local port "); }
-  std::int32_t RemotePort() const override { return mRemotePort; }
-  void RemotePort(std::int32_t port) override { set(mRemotePort, port, "remote port "); }
+  std::int16_t Protocol() const override { return 0; }
+  void Protocol(std::int16_t protocol) override { add("protocol " + std::to_string(protocol)); }
+  std::int32_t LocalPort() const override { return 0; }
+  void LocalPort(std::int32_t port) override { add("local port " + std::to_string(port)); }
+  std::int32_t RemotePort() const override { return 0; }
+  void RemotePort(std::int32_t port) override { add("remote port " + std::to_string(port)); }
   std::u16string RemoteHost() const override { return mRemoteHost; }
-  void RemoteHost(const std::u16string& host) override {
-    add("remote host " + toUtf8(host));
-    mRemoteHost = host;
-  }
+  void RemoteHost(const std::u16string& host) override { add("remote host " + toUtf8(host)); }
   std::u16string RemoteHostIP() const override { return u"10.0.0.9"; }
   std::u16string LocalIP() const override { return u"10.0.0.1"; }
   std::int16_t State() const override { return state; }
   std::int32_t BytesReceived() override { return static_cast<std::int32_t>(received.size()); }
-  void Listen() override;
-  void Accept(std::int32_t requestID) override;
-  void Connect() override;
-  void Connect(const std::u16string& host) override;
-  void SendData(std::span<const std::uint8_t> bytes) override;
+  void Listen() override {
+    add("listen");
+    if (state != sckClosed) throw RunTimeError(ErrorNumber::invalidOperationAtState);
+    state = sckListening;
+  }
+  void Accept(std::int32_t requestID) override { connected("accept " + std::to_string(requestID)); }
+  void Connect() override { connected("connect"); }
+  void Connect(const std::u16string& host) override {
+    connected("connect " + toUtf8(host));
+    mRemoteHost = host;
+  }
+  void SendData(std::span<const std::uint8_t> bytes) override {
+    add("send" + hex(bytes));
+    if (state != sckConnected) throw RunTimeError(ErrorNumber::wrongConnectionState);
+    mMachine.terminal.received(bytes.size(), mDeliver);
+  }
   Bytes GetData() override { return std::exchange(received, {}); }
-  void Close() override;
-
- private:
-  void add(const std::string& entry);
-  template <typename Number>
-  void set(Number& field, Number value, const std::string& label) {
-    add(label + std::to_string(value));
-    field = value;
+  void Close() override {
+    add("close " + std::to_string(mIndex));
+    state = sckClosed;
   }
 
-  FakeSocketArray& mArray;
+ private:
+  void add(const std::string& entry) { mMachine.transcript.add(entry); }
+  void connected(const std::string& entry) {
+    add(entry);
+    state = sckConnected;
+  }
+
+  FakeMachine& mMachine;
   std::int16_t mIndex;
-  std::int16_t mProtocol = 0;
-  std::int32_t mLocalPort = 8085;
-  std::int32_t mRemotePort = 8085;
+  std::function<void(const Bytes&)> mDeliver;
   std::u16string mRemoteHost;
 };
 
 class FakeSocketArray : public SocketArray {
  public:
-  FakeSocketArray(Transcript& transcript, VirtualTime& time, FakeTerminal& terminal);
+  explicit FakeSocketArray(FakeMachine& machine) : mMachine(machine) {
+    load(0);
+    machine.time.eachPass([this] { announceArrivals(); });
+  }
 
   /// A peer connects in to the listening element; nothing if it does not listen.
-  void connectIn(std::int16_t index);
-  void feed(std::int16_t index, const Bytes& bytes);
-  void fail(std::int16_t index, std::int16_t number, const std::u16string& text);
+  void connectIn(std::int16_t index) {
+    if (at(index).state == sckListening) events->ConnectionRequest(index, 7);
+  }
+  void feed(std::int16_t index, const Bytes& bytes) { append(at(index).received, bytes); }
+  SocketEvents* events = nullptr;
 
-  FakeSocket& at(std::int16_t Index) override;
+  FakeSocket& at(std::int16_t Index) override {
+    if (!exists(Index)) throw RunTimeError(ErrorNumber::controlArrayElement);
+    return *mElements[Index];
+  }
   bool exists(std::int16_t Index) const override { return mElements.contains(Index); }
-  void load(std::int16_t Index) override;
+  void load(std::int16_t Index) override {
+    mElements[Index] = std::make_shared<FakeSocket>(
+        mMachine, Index, [this, Index](const Bytes& bytes) { feed(Index, bytes); });
+  }
   void unload(std::int16_t Index) override { mElements.erase(Index); }
   std::int16_t upperBound() const override { return mElements.rbegin()->first; }
   void setEvents(SocketEvents* newEvents) override { events = newEvents; }
 
-  SocketEvents* events = nullptr;
-  Transcript& transcript;
-  FakeTerminal& terminal;
-
  private:
-  void announceArrivals();
+  using Elements = std::map<std::int16_t, std::shared_ptr<FakeSocket>>;
 
-  std::map<std::int16_t, std::unique_ptr<FakeSocket>> mElements;
-  std::set<std::int16_t> mAnnouncing;
+  void announceArrivals() {
+    for (const auto& [index, socket] : Elements(mElements)) {  // a handler may unload some
+      if (socket->announcing || socket->received.empty()) continue;
+      socket->announcing = true;
+      events->DataArrival(index, socket->BytesReceived());
+      socket->announcing = false;
+    }
+  }
+
+  FakeMachine& mMachine;
+  Elements mElements;
 };
 
 class FakeTimer : public Timer {
  public:
-  explicit FakeTimer(VirtualTime& time);
+  explicit FakeTimer(VirtualTime& time) : mTime(time) {
+    time.eachPass([this] {
+      if (!mEnabled || mTime.elapsed() < mNext) return;
+      mNext = mTime.elapsed() + mInterval;
+      mHandler();
+    });
+  }
   void Interval(std::int32_t milliseconds) override { mInterval = milliseconds / 1000.0; }
   bool Enabled() const override { return mEnabled; }
-  void Enabled(bool enabled) override;
+  void Enabled(bool enabled) override {
+    mEnabled = enabled;
+    mNext = mTime.elapsed() + mInterval;
+  }
   void onTimer(std::function<void()> handler) override { mHandler = std::move(handler); }
 
  private:
-  void look();
-
   VirtualTime& mTime;
   double mInterval = 0;
   double mNext = 0;
   bool mEnabled = false;
-  bool mRunning = false;
   std::function<void()> mHandler;
 };
 
-class FakeMsgBox : public MsgBox {
+/// Makes the fakes and shows the boxes. Serves one control.
+class FakePlatform : public Platform, public MsgBox, public FakeMachine {
  public:
-  explicit FakeMsgBox(Transcript& transcript) : mTranscript(transcript) {}
-  std::deque<Answer> answers;  ///< to the next yes/no questions; No when there are no more
-  Answer show(const std::u16string& prompt, Buttons buttons, const std::u16string& title) override;
-
- private:
-  Transcript& mTranscript;
-};
-
-/// Wires all the fakes. Serves one control.
-class FakePlatform : public Platform {
- public:
-  Transcript transcript;
-  VirtualTime time{transcript};
-  FakeTerminal terminal{time};
   FakeSerialPort* port = nullptr;      ///< the one port that was made
   FakeSocketArray* sockets = nullptr;  ///< the one array that was made
-  std::vector<std::string> notes;
-  FakeMsgBox box{transcript};
+  std::string lastNote;
+  int yesAnswers = 0;  ///< to the next yes/no questions; then No
 
-  std::unique_ptr<SerialPort> makeSerialPort() override;
-  std::unique_ptr<SocketArray> makeSocketArray() override;
+  std::unique_ptr<SerialPort> makeSerialPort() override {
+    return std::unique_ptr<SerialPort>(port = new FakeSerialPort(*this));
+  }
+  std::unique_ptr<SocketArray> makeSocketArray() override {
+    return std::unique_ptr<SocketArray>(sockets = new FakeSocketArray(*this));
+  }
   std::unique_ptr<Timer> makeTimer() override { return std::make_unique<FakeTimer>(time); }
   Clock& clock() override { return time; }
   MessagePump& messagePump() override { return time; }
-  MsgBox& msgBox() override { return box; }
+  MsgBox& msgBox() override { return *this; }
   void mapCommPort(std::int16_t, const std::string&) override {}
   std::unique_ptr<SerialLineEnd> makeSerialLineEnd(const std::string&) override { return nullptr; }
-  void note(std::string_view text) override { notes.emplace_back(text); }
+  void note(std::string_view text) override { lastNote = text; }
+
+  Answer show(const std::u16string& prompt, Buttons buttons, const std::u16string& title) override {
+    transcript.add("box " + toUtf8(title) + ": " + toUtf8(prompt) +
+                   (buttons == Buttons::ok ? " [OK]" : " [Yes] [No]"));
+    if (buttons == Buttons::ok) return Answer::ok;
+    return yesAnswers-- > 0 ? Answer::yes : Answer::no;
+  }
 };
 
 }  // namespace cronvel::test

@@ -165,7 +165,7 @@ TEST_F(CommandsTest, OnTheSerialLine) {
       return exchangeOf(command.body) + (replyIsNew ? "; discard in" : "");
     });
     control->DialupConnection(true);
-    platform.port->carrier = true;
+    platform.port->carrier = [] { return true; };
     platform.port->PortOpen(true);
     EXPECT_EQ(run(command, serialHost).transcript,
               exchangeOf(command.body, Line::modem) + (replyIsNew ? "; discard in" : ""))
@@ -227,7 +227,7 @@ TEST_F(CommandsTest, BehindAModemWithoutCarrierNothingIsSent) {
   EXPECT_TRUE(control->MonitoringON());
   EXPECT_FALSE(control->ReaderOn());
   EXPECT_EQ(folder.read("all.Hex"), "old");
-  platform.port->carrier = true;
+  platform.port->carrier = [] { return true; };
   EXPECT_EQ(errorOf([&] { control->ResetMem(serialHost); }), 8018);  // no command opens the port
 }
 

@@ -32,32 +32,34 @@ void expectGlyphs(const std::vector<Case>& cases) {
     EXPECT_EQ(convertText(each.text), each.glyphs) << toUtf8(each.text);
 }
 
+struct Forms {
+  char16_t letter;
+  std::uint8_t isolated;
+  std::uint8_t final;
+  std::uint8_t medial;
+  std::uint8_t initial;
+};
+
 TEST(ConvertModule, LettersTakeTheFormThatTheirNeighboursAskFor) {
+  std::vector<Forms> rows = {{u'ع', 225, 226, 227, 228}, {u'غ', 229, 230, 231, 232},
+                             {u'ه', 249, 249, 250, 251}, {u'ي', 253, 252, 254, 254},
+                             {u'ى', 253, 252, 254, 254}, {u'ل', 241, 241, 243, 243}};
+  std::uint8_t glyph = 0;
+  for (const char16_t letter : std::u16string(u"بپتثجچحخسشصضفقكگمن")) {
+    constexpr std::uint8_t glyphs[] = {146, 148, 150, 152, 154, 156, 158, 160, 167,
+                                       169, 171, 173, 233, 235, 237, 239, 244, 246};
+    const std::uint8_t ends = glyphs[glyph++];
+    const auto goesOn = static_cast<std::uint8_t>(ends + 1);
+    rows.push_back({letter, ends, ends, goesOn, goesOn});
+  }
+  for (const Forms& row : rows) {
+    const std::u16string letter(1, row.letter);
+    EXPECT_EQ(convertText(letter), Bytes{row.isolated}) << toUtf8(letter);
+    EXPECT_EQ(convertText(u"ب" + letter), (Bytes{row.final, 147})) << toUtf8(letter);
+    EXPECT_EQ(convertText(u"ب" + letter + u"ب"), (Bytes{146, row.medial, 147})) << toUtf8(letter);
+    EXPECT_EQ(convertText(letter + u"ب"), (Bytes{146, row.initial})) << toUtf8(letter);
+  }
   expectGlyphs({{u"", {}},
-                // isolated, initial, final, medial
-                {u"ع", {225}},
-                {u"عب", {146, 228}},
-                {u"بع", {226, 147}},
-                {u"بعب", {146, 227, 147}},
-                {u"غ", {229}},
-                {u"غب", {146, 232}},
-                {u"بغ", {230, 147}},
-                {u"بغب", {146, 231, 147}},
-                {u"ه", {249}},
-                {u"هب", {146, 251}},
-                {u"به", {249, 147}},
-                {u"بهب", {146, 250, 147}},
-                {u"ي", {253}},
-                {u"يب", {146, 254}},
-                {u"بي", {252, 147}},
-                {u"بىب", {146, 254, 147}},
-                {u"ى", {253}},
-                {u"ىب", {146, 254}},
-                {u"بى", {252, 147}},
-                {u"ل", {241}},
-                {u"لب", {146, 243}},
-                {u"بل", {241, 147}},
-                {u"بلب", {146, 243, 147}},
                 {u"ا", {144}},
                 {u"با", {145, 147}},
                 {u"اا", {144, 144}},
@@ -66,21 +68,6 @@ TEST(ConvertModule, LettersTakeTheFormThatTheirNeighboursAskFor) {
                 {u"بء", {193, 147}},
                 {u"ع!ع", {225, 33, 228}},
                 {u"ع1", {129, 228}}});
-}
-
-TEST(ConvertModule, EveryTwoFormLetter) {
-  const std::u16string letters = u"بپتثجچحخسشصضفقكگمن";
-  const Bytes glyphs = {146, 148, 150, 152, 154, 156, 158, 160, 167,
-                        169, 171, 173, 233, 235, 237, 239, 244, 246};
-  ASSERT_EQ(letters.size(), glyphs.size());
-  for (std::size_t i = 0; i < letters.size(); ++i) {
-    const std::uint8_t base = glyphs[i];
-    const auto goingOn = static_cast<std::uint8_t>(base + 1);
-    const std::u16string letter(1, letters[i]);
-    EXPECT_EQ(convertText(letter + letter + letter), (Bytes{base, goingOn, goingOn}));
-    EXPECT_EQ(convertText(letter + u" ع"), (Bytes{225, 32, base}));
-    EXPECT_EQ(convertText(letter + u"ع"), (Bytes{226, goingOn}));
-  }
 }
 
 TEST(ConvertModule, NothingJoinsToALetterOfOneForm) {
@@ -95,9 +82,7 @@ TEST(ConvertModule, NothingJoinsToALetterOfOneForm) {
 }
 
 TEST(ConvertModule, Words) {
-  expectGlyphs({{u"در", {164, 162}},
-                {u"شنبه", {249, 147, 247, 170}},
-                {u"عباس", {167, 145, 147, 228}},
+  expectGlyphs({{u"عباس", {167, 145, 147, 228}},
                 {u"Reader", {'r', 'e', 'd', 'a', 'e', 'R'}},
                 {u"در Café", {0xE9, 'f', 'a', 'C', 32, 164, 162}},
                 {u"中ب", {146, '?'}}});

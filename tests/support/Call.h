@@ -1,44 +1,73 @@
 #pragma once
 
+#include <cstdio>
 #include <functional>
 #include <string>
-#include <tuple>
 #include <type_traits>
 #include <vector>
 
 #include "control/Cronvel.h"
+#include "runtime/Text.h"
 
 namespace cronvel::test {
 
 /// What a script prints of a value: "Boolean True", "Byte 24", "Empty".
-std::string described(bool value);
-std::string described(std::uint8_t value);
-std::string described(std::int16_t value);
-std::string described(std::int32_t value);
-std::string described(const std::u16string& value);
-std::string described(const Variant& value);
+inline std::string described(bool value) { return value ? "Boolean True" : "Boolean False"; }
+inline std::string described(std::uint8_t value) { return "Byte " + std::to_string(value); }
+inline std::string described(std::int16_t value) { return "Integer " + std::to_string(value); }
+inline std::string described(std::int32_t value) { return "Long " + std::to_string(value); }
+inline std::string described(const std::u16string& value) { return "String " + toUtf8(value); }
+inline std::string described(const Variant& value) {
+  if (const auto* number = std::get_if<std::int16_t>(&value)) return described(*number);
+  const auto* bytes = std::get_if<Bytes>(&value);
+  if (bytes == nullptr) return value.index() == 0 ? "Empty" : "unexpected";
+  std::string text = "0.." + std::to_string(std::ssize(*bytes) - 1);
+  for (const std::uint8_t byte : *bytes) text += ' ' + std::to_string(byte);
+  return text;
+}
 
 /// An argument as VBScript writes it.
 struct Argument {
-  Argument(bool value);
-  Argument(std::uint8_t value) : Argument(std::int32_t{value}) {}
-  Argument(std::int16_t value) : Argument(std::int32_t{value}) {}
-  Argument(std::int32_t value);
-  Argument(const std::u16string& value);
-  Argument(const Variant& value);
+  Argument(bool value) : literal(value ? "True" : "False"), loose(value ? "1" : "0") {}
+  Argument(std::int32_t value) : literal(std::to_string(value)), loose(literal) {}
+  Argument(const std::u16string& value) : literal('"' + toUtf8(value) + '"'), loose(literal) {
+    const bool isNumber = value.find_first_not_of(u"0123456789") == std::u16string::npos;
+    if (value.empty())
+      loose = "Empty";
+    else if (value[0] != u'0' && isNumber)
+      loose = toUtf8(value);
+  }
+  Argument(const Variant& value) {
+    const auto digits = [](double number) {
+      char text[32];
+      std::snprintf(text, sizeof text, "%.17g", number);
+      return std::string(text);
+    };
+    if (const auto* text = std::get_if<std::u16string>(&value)) literal = Argument(*text).literal;
+    if (const auto* number = std::get_if<double>(&value)) literal = digits(*number);
+    if (const auto* time = std::get_if<Time>(&value)) literal = "CDate(" + digits(time->days) + ")";
+    loose = literal;
+  }
   template <typename T>
-  Argument(const std::vector<T>& array) : elements(static_cast<int>(array.size())) {
-    for (const T& element : array) add(Argument(element));
+  Argument(const HostArray<T>& array) {
+    try {
+      for (;; ++elements) add(Argument(array.at(elements)));
+    } catch (const RunTimeError&) {  // there are no more
+    }
     literal = "Array(" + literal + ")";
     loose = "Array(" + loose + ")";
   }
+  Argument(const Bytes& array) : Argument(HostArray(array)) {}
 
   std::string literal;  ///< in the member's own type
   std::string loose;    ///< as a script may keep it too: a number for its text, 1 for True
   int elements = 0;     ///< of an array
 
  private:
-  void add(const Argument& element);
+  void add(const Argument& element) {
+    literal += (literal.empty() ? "" : ", ") + element.literal;
+    loose += (loose.empty() ? "" : ", ") + element.loose;
+  }
 };
 
 /// One call of a member, in both languages.
@@ -58,77 +87,48 @@ struct Call {
   }
 };
 
-namespace detail {
+template <typename Action>
+Call callOf(Call::Kind kind, const char* name, const std::vector<Argument>& arguments,
+            bool takesHost, Action action) {
+  return {kind, name, arguments, takesHost, [=](Cronvel& control, const std::u16string& host) {
+            if constexpr (!std::is_void_v<decltype(action(control, host))>)
+              return described(action(control, host));
+            action(control, host);
+            return described(Variant());
+          }};
+}
 
-/// HostArray keeps its elements to itself; these stand for it in a call.
 template <typename T>
-struct Kept {
-  using Type = std::decay_t<T>;
-};
-template <typename T>
-struct Kept<const HostArray<T>&> {
-  using Type = std::vector<T>;
-};
-template <typename T>
-using KeptAs = typename Kept<T>::Type;
-
+using Given = std::type_identity_t<std::decay_t<T>>;
 template <typename R>
 constexpr auto kindOf = std::is_void_v<R> ? Call::Kind::procedure : Call::Kind::function;
 
-template <typename Action>
-std::string outcomeOf(Action&& action) {
-  if constexpr (std::is_void_v<decltype(action())>) {
-    action();
-    return described(Variant());
-  } else {
-    return described(action());
-  }
-}
-
-}  // namespace detail
-
 template <typename R, typename C, typename... P>
-Call call(const char* name, R (C::*member)(P...),
-          std::type_identity_t<detail::KeptAs<P>>... values) {
-  return {detail::kindOf<R>,
-          name,
-          {Argument(values)...},
-          false,
-          [=](Cronvel& control, const std::u16string&) {
-            return detail::outcomeOf([&] { return (control.*member)(values...); });
-          }};
+Call call(const char* name, R (C::*member)(P...), Given<P>... values) {
+  return callOf(
+      kindOf<R>, name, {Argument(values)...}, false,
+      [=](Cronvel& control, const std::u16string&) { return (control.*member)(values...); });
 }
 
 /// Of a member whose first argument is the host: it is given when the call is made.
 template <typename R, typename C, typename... P>
-Call call(const char* name, R (C::*member)(const std::u16string& sRemoteHost, P...),
-          std::type_identity_t<detail::KeptAs<P>>... values) {
-  return {detail::kindOf<R>,
-          name,
-          {Argument(values)...},
-          true,
-          [=](Cronvel& control, const std::u16string& host) {
-            return detail::outcomeOf([&] { return (control.*member)(host, values...); });
-          }};
+Call call(const char* name, R (C::*member)(const std::u16string&, P...), Given<P>... values) {
+  return callOf(kindOf<R>, name, {Argument(values)...}, true,
+                [=](Cronvel& control, const std::u16string& host) {
+                  return (control.*member)(host, values...);
+                });
 }
 
 template <typename T, typename C>
 Call get(const char* name, T (C::*member)() const) {
-  return {Call::Kind::get, name, {}, false, [=](Cronvel& control, const std::u16string&) {
-            return described((control.*member)());
-          }};
+  return callOf(Call::Kind::get, name, {}, false,
+                [=](Cronvel& control, const std::u16string&) { return (control.*member)(); });
 }
 
 template <typename T, typename C>
-Call put(const char* name, void (C::*member)(T), std::type_identity_t<std::decay_t<T>> value) {
-  return {Call::Kind::put,
-          name,
-          {Argument(value)},
-          false,
-          [=](Cronvel& control, const std::u16string&) {
-            (control.*member)(value);
-            return described(Variant());
-          }};
+Call put(const char* name, void (C::*member)(T), Given<T> value) {
+  return callOf(Call::Kind::put, name, {Argument(value)}, false,
+                [=](Cronvel& control, const std::u16string&) { (control.*member)(value); });
 }
 
 /// A member's name and the member.

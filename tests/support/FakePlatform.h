@@ -21,8 +21,9 @@ inline std::string hex(std::span<const std::uint8_t> bytes) {
   return text;
 }
 
-inline void append(Bytes& bytes, const Bytes& more) {
-  bytes.insert(bytes.end(), more.begin(), more.end());
+inline Bytes operator+(Bytes left, const Bytes& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
 }
 
 /// What the control did to its machine, in order: "settings 600,m,8,1; open; out 12; sleep 50".
@@ -159,7 +160,7 @@ class FakeSerialPort : public SerialPort {
 
   /// Bytes arrive; the event comes in the next pass.
   void feed(const Bytes& bytes) {
-    append(mReceived, bytes);
+    mReceived = mReceived + bytes;
     mEventDue = true;
   }
   void raise(std::int16_t commEvent) {
@@ -174,9 +175,9 @@ class FakeSerialPort : public SerialPort {
   void CommPort(std::int16_t number) override {
     log().set(mNumber, number, "port " + std::to_string(number));
   }
-  std::string Settings() const override { return mSettings; }
+  std::string Settings() const override { return {}; }
   void Settings(std::string_view settings) override {
-    log().set(mSettings, std::string(settings), "settings " + std::string(settings));
+    log().add("settings " + std::string(settings));
   }
   bool PortOpen() const override { return mOpen; }
   void PortOpen(bool open) override { log().set(mOpen, open, open ? "open" : "close"); }
@@ -209,7 +210,6 @@ class FakeSerialPort : public SerialPort {
 
   FakeMachine& mMachine;
   std::int16_t mNumber = 1;
-  std::string mSettings;
   bool mOpen = false;
   Bytes mReceived;
   bool mEventDue = false;
@@ -284,7 +284,9 @@ class FakeSocketArray : public SocketArray {
   void connectIn(std::int16_t index) {
     if (at(index).state == sckListening) events->ConnectionRequest(index, 7);
   }
-  void feed(std::int16_t index, const Bytes& bytes) { append(at(index).received, bytes); }
+  void feed(std::int16_t index, const Bytes& bytes) {
+    at(index).received = at(index).received + bytes;
+  }
   SocketEvents* events = nullptr;
 
   FakeSocket& at(std::int16_t Index) override {
@@ -346,7 +348,7 @@ class FakePlatform : public Platform, public MsgBox, public FakeMachine {
  public:
   FakeSerialPort* port = nullptr;      ///< the one port that was made
   FakeSocketArray* sockets = nullptr;  ///< the one array that was made
-  std::string lastNote;
+  std::vector<std::string> notes;
   int yesAnswers = 0;  ///< to the next yes/no questions; then No
 
   std::unique_ptr<SerialPort> makeSerialPort() override {
@@ -361,7 +363,7 @@ class FakePlatform : public Platform, public MsgBox, public FakeMachine {
   MsgBox& msgBox() override { return *this; }
   void mapCommPort(std::int16_t, const std::string&) override {}
   std::unique_ptr<SerialLineEnd> makeSerialLineEnd(const std::string&) override { return nullptr; }
-  void note(std::string_view text) override { lastNote = text; }
+  void note(std::string_view text) override { notes.emplace_back(text); }
 
   Answer show(const std::u16string& prompt, Buttons buttons, const std::u16string& title) override {
     transcript.add("box " + toUtf8(title) + ": " + toUtf8(prompt) +

@@ -17,32 +17,21 @@ namespace cronvel::test {
 
 /// The real platform with hardly any pauses and a clock that runs twice as fast, for
 /// conversations where nothing hangs on them. Its message boxes answer themselves.
-class HastyPlatform : public TracingPlatform {
+class HastyPlatform : public TracingPlatform, private Clock, private MsgBox {
  public:
-  explicit HastyPlatform(Platform& inner)
-      : TracingPlatform(inner, {}), mClock(inner.clock(), keepsPauses) {}
-  Clock& clock() override { return mClock; }
-  MsgBox& msgBox() override { return mBox; }
+  explicit HastyPlatform(Platform& inner) : TracingPlatform(inner, {}), mClock(inner.clock()) {}
+  Clock& clock() override { return *this; }
+  MsgBox& msgBox() override { return *this; }
 
   bool keepsPauses = false;
 
  private:
-  struct HastyClock : Clock {
-    HastyClock(Clock& clock, const bool& keepsPauses)
-        : inner(clock), start(clock.Timer()), keeps(keepsPauses) {}
-    double Timer() override { return start + (inner.Timer() - start) * 2; }
-    void sleep(std::int32_t milliseconds) override { inner.sleep(keeps ? milliseconds : 1); }
-    Clock& inner;
-    double start;
-    const bool& keeps;
-  };
-  struct ReadyBox : MsgBox {
-    Answer show(const std::u16string&, Buttons, const std::u16string&) override {
-      return Answer::ok;
-    }
-  };
-  HastyClock mClock;
-  ReadyBox mBox;
+  double Timer() override { return mStart + (mClock.Timer() - mStart) * 2; }
+  void sleep(std::int32_t milliseconds) override { mClock.sleep(keepsPauses ? milliseconds : 1); }
+  Answer show(const std::u16string&, Buttons, const std::u16string&) override { return Answer::ok; }
+
+  Clock& mClock;
+  double mStart = mClock.Timer();
 };
 
 /// The control on the real platform, against simulated terminals.

@@ -65,12 +65,6 @@ TEST_F(ModemDialupTest, ABusyLineIsDialledAgainAsOftenAsTheUserWants) {
   EXPECT_EQ(transcript().take(), attempt + "; " + attempt + "; " + attempt);
   EXPECT_NEAR(elapsed(), 6, 0.1);
   EXPECT_FALSE(control->DialupConnection());
-
-  answer(1, "BUSY", 4);
-  platform.yesAnswers = 1;
-  carrierAfter(5);
-  EXPECT_EQ(control->Dial(), 0);
-  EXPECT_EQ(transcript().take(), attempt + "; " + dialled + connectedBox);
 }
 
 TEST_F(ModemDialupTest, EveryAttemptHasItsOwnTwoMinutesAndAnswerAndNoCarrierLeavesThePortOpen) {

@@ -1,7 +1,6 @@
 #include <filesystem>
 
 #include "tests/support/ControlTest.h"
-#include "tests/support/TestFolder.h"
 
 namespace cronvel::test {
 namespace {
@@ -19,11 +18,6 @@ class RecordCheckTest : public ControlTest {
 
   const TestFolder folder;
 };
-
-Bytes operator+(Bytes left, const Bytes& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
-}
 
 /// start 0, end 1 and count 1.
 const Bytes oneRecordTrailer{0xE3, 0, 0, 0, 0, 1, 0, 0, 1, 0, 0, 0xE3};
@@ -65,10 +59,8 @@ TEST_F(RecordCheckTest, EveryMarkerSetsItsType) {
                     0xE8, 0xE9, 0xA1, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6, 0xA7, 0xA8};
   for (const std::uint8_t marker : typed) {
     check({marker, 0x12, 0x34, 0x09, 0x30});
-    char expected[64];
-    std::snprintf(expected, sizeof expected, "\"1234\",\"0930\",\"??????\",\"%02X\"\r\n",
-                  static_cast<unsigned>(marker));
-    EXPECT_EQ(written(".txt"), expected);
+    const std::string type = hex({{marker}}).substr(1);
+    EXPECT_EQ(written(".txt"), "\"1234\",\"0930\",\"??????\",\"" + type + "\"\r\n");
   }
   check({0xEF, 0x12, 0x34, 0x09, 0x30});  // no type yet
   EXPECT_EQ(written(".txt"), "\"1234\",\"0930\",\"??????\",\"00\"\r\n");
@@ -98,7 +90,6 @@ TEST_F(RecordCheckTest, TheTrailerDecides) {
       {"a whole one", record + oneRecordTrailer, -1, -1},
       {"cut short", record + Bytes{0xE3, 0, 0}, -1, -1},
       {"bad closing byte", record + Bytes{0xE3, 0, 0, 0, 0, 1, 0, 0, 1, 0, 0, 0}, 0, 0},
-      {"count off by 11", {0xE3, 0, 0, 0, 0, 1, 0, 0, 12, 0, 0, 0xE3}, 0, -1},
       {"bytes behind it", oneRecordTrailer + Bytes(10, 0xED), -1, -1},
       {"markers inside it", {0xE3, 0xED, 0xBB, 0, 0xED, 0xBC, 0, 0, 1, 0xEE, 0xE3, 0xE3}, -1, -1},
   };
@@ -169,7 +160,8 @@ TEST_F(RecordCheckTest, RecordsAcrossReadBlocks) {
 TEST_F(RecordCheckTest, FileErrorsReachTheCaller) {
   EXPECT_EQ(errorOf([&] { control->CheckIntegrity(hexName(), true); }), 53);
   EXPECT_FALSE(folder.has("rec.txt"));
-  EXPECT_EQ(errorOf([&] { control->CheckIntegrity(u"", true); }), 52);
+  EXPECT_EQ(messageOf([&] { control->CheckIntegrity(u"", true); }),
+            "Bad file name or number: the file name is empty");
   std::filesystem::create_directory(folder / "rec.ddd");
   EXPECT_EQ(errorOf([&] { check({}); }), 75);
   folder.write("rec.txt", "precious");

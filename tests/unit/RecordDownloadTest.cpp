@@ -15,10 +15,6 @@ class RecordDownloadTest : public ControlTest {
     const std::string text = folder.read(file);
     return {text.begin(), text.end()};
   }
-  static Bytes join(Bytes left, const Bytes& right) {
-    append(left, right);
-    return left;
-  }
   std::int16_t byDate(const std::u16string& host) {
     return control->GetDataByDate(host, 1, 3, 7, 31, 3, 7, name());
   }
@@ -55,7 +51,7 @@ TEST_F(RecordDownloadTest, AWholeStreamIsOnDiskAndChecked) {
   platform.terminal.replyAfter(4, 0.1, record);
   platform.terminal.replyAfter(4, 5.0, trailer);  // 4.9 s of silence in the middle
   EXPECT_EQ(control->GetData(u"", name()), 0);
-  EXPECT_EQ(content(), join(record, trailer));
+  EXPECT_EQ(content(), record + trailer);
   EXPECT_EQ(control->NumOfRecs(), 1);
   EXPECT_TRUE(control->MonitoringON());
   EXPECT_TRUE(events.monitoring.empty());
@@ -129,7 +125,7 @@ TEST_F(RecordDownloadTest, NetworkBlocksAreAllTakenInOrder) {
     platform.terminal.replyAfter(byDates ? 10 : 4, 0.09, expected);
     for (std::uint8_t i = 0; i < 50; ++i) {
       const Bytes block(static_cast<std::size_t>(3 + i % 5), i);
-      expected = join(expected, block);
+      expected = expected + block;
       platform.terminal.replyAfter(byDates ? 10 : 4, 0.1 + 0.0001 * i, block);
     }
     platform.time.after(0.5, [this] { platform.sockets->connectIn(0); });
@@ -158,7 +154,7 @@ TEST_F(RecordDownloadTest, WithAnotherExtensionTheCheckFindsNoFile) {
   folder.write("rec.bin", std::string(8, 'x'));
   platform.terminal.replyAfter(4, 0.1, record);
   EXPECT_EQ(errorOf([&] { control->GetData(u"", name("rec.bin")); }), 53);
-  EXPECT_EQ(content("rec.bin"), join(record, {'x', 'x', 'x'}));  // written from its start
+  EXPECT_EQ(content("rec.bin"), record + Bytes(3, 'x'));  // written from its start
   EXPECT_FALSE(folder.has("rec.Hex"));
 }
 

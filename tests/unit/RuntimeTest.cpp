@@ -38,23 +38,17 @@ TEST(Conversion, IntegersRoundHalfToEvenAndKeepTheirRange) {
   EXPECT_EQ(errorOf([] { toInteger(32768); }), 6);
   EXPECT_EQ(errorOf([] { toLong(u"1e10"); }), 6);
   EXPECT_EQ(errorOf([] { toLong(u"1e999"); }), 6);
+  EXPECT_EQ(messageOf([] { toLong(u"gate"); }), "Type mismatch: \"gate\" is not a number");
   for (const auto* text : {u"", u" ", u"12x", u"port", u"1 2", u"-"})
     EXPECT_EQ(errorOf([text] { toLong(text); }), 13) << toUtf8(text);
 }
 
 TEST(Conversion, TimesOfEveryKind) {
-  const std::pair<Variant, int> cases[] = {{std::u16string(u"23:59:07"), 86347},
-                                           {std::u16string(u" 7:05 "), 25500},
-                                           {std::u16string(u"11:59:07 PM"), 86347},
-                                           {std::u16string(u"12:00 am"), 0},
-                                           {std::u16string(u"12 PM"), 43200},
-                                           {std::u16string(u"9pm"), 75600},
-                                           {std::u16string(u"01:59:59 Am"), 7199},
-                                           {Time{45000.5}, 43200},
-                                           {0.25, 21600},
-                                           {Time{-1.25}, 21600},
-                                           {Time{86399.6 / 86400}, 0},
-                                           {std::int16_t{3}, 0}};
+  const std::pair<Variant, int> cases[] = {
+      {u"23:59:07", 86347},   {u" 7:05 ", 25500},         {u"11:59:07 PM", 86347},
+      {u"12:00 am", 0},       {u"12 PM", 43200},          {u"9pm", 75600},
+      {u"01:59:59 Am", 7199}, {Time{45000.5}, 43200},     {0.25, 21600},
+      {Time{-1.25}, 21600},   {Time{86399.6 / 86400}, 0}, {std::int16_t{3}, 0}};
   for (const auto& [value, seconds] : cases) EXPECT_EQ(secondsOfDay(value), seconds);
   for (const auto* text : {u"", u"noon", u"24:00", u"7:60", u"13:00 PM", u"1:2:3:4", u"7", u"12:",
                            u"0:30 AM", u"23:59:60", u"123:00", u"m", u"xm", u"3 xm", u"1.5"})
@@ -65,24 +59,15 @@ TEST(Conversion, TimesOfEveryKind) {
 }
 
 TEST(Conversion, LikeAnotherValue) {
-  const std::pair<Variant, Variant> cases[] = {{true, std::int16_t{-1}},
-                                               {false, std::int32_t{0}},
-                                               {std::u16string(u"True"), true},
-                                               {std::u16string(u"true"), true},
-                                               {std::u16string(u"False"), false},
-                                               {std::u16string(u"false"), false},
-                                               {std::u16string(u"2"), true},
-                                               {std::int16_t{0}, false},
-                                               {0.5, true},
-                                               {std::int32_t{70000}, std::u16string(u"70000")},
-                                               {true, std::u16string(u"True")},
-                                               {false, std::u16string(u"False")},
-                                               {Variant(), std::u16string()},
-                                               {Variant(), false},
-                                               {Variant(), std::int16_t{0}},
-                                               {1.5, std::int16_t{2}},
-                                               {Time{2.5}, 2.5},
-                                               {-0.25, std::u16string(u"-0.25")}};
+  for (const Variant& value : {Variant(u"True"), Variant(u"true"), Variant(u"2"), Variant(0.5)})
+    EXPECT_EQ(convertLike(value, false), Variant(true));
+  for (const Variant& value : {Variant(u"False"), Variant(u"false"), Variant(std::int16_t{0}), {}})
+    EXPECT_EQ(convertLike(value, true), Variant(false));
+  const std::pair<Variant, Variant> cases[] = {
+      {true, std::int16_t{-1}}, {false, std::int32_t{0}}, {std::int32_t{70000}, u"70000"},
+      {true, u"True"},          {false, u"False"},        {{}, u""},
+      {{}, std::int16_t{0}},    {1.5, std::int16_t{2}},   {Time{2.5}, 2.5},
+      {-0.25, u"-0.25"}};
   for (const auto& [value, wanted] : cases)
     EXPECT_EQ(convertLike(value, wanted), wanted) << wanted.index();
   EXPECT_EQ(errorOf([] { convertLike(Bytes{1}, std::int16_t{0}); }), 13);

@@ -63,6 +63,7 @@ class VirtualTime : public Clock, public MessagePump {
   void sleep(std::int32_t milliseconds) override {
     mTranscript.add("sleep " + std::to_string(milliseconds));
     mNow += milliseconds * 1000LL;
+    slept += milliseconds / 1000.0;
     runDue(mArrivals);
   }
   void DoEvents() override {
@@ -91,6 +92,7 @@ class VirtualTime : public Clock, public MessagePump {
   void eachPass(std::function<void()> action) { mEachPass.push_back(std::move(action)); }
 
   std::int64_t stepPerRead = 0;  ///< microseconds that a look at the clock takes
+  double slept = 0;              ///< seconds of `elapsed`
   bool recordPasses = false;     ///< write "pump" for every `DoEvents`
 
  private:

@@ -78,37 +78,27 @@ TEST_F(RecordCheckTest, DamageCountsPerDateByteButPerCardRecord) {
 
 TEST_F(RecordCheckTest, TheTrailerDecides) {
   const Bytes record{0xED, 0x12, 0x34, 0x09, 0x30};
-  struct Case {
-    const char* what;
-    Bytes stream;
-    int strict;
-    int lenient;
+  const std::tuple<const char*, Bytes, int> cases[] = {
+      {"nothing at all", {}, 0},
+      {"no trailer", record, 0},
+      {"a whole one", record + oneRecordTrailer, -1},
+      {"cut short", record + Bytes{0xE3, 0, 0}, -1},
+      {"bad closing byte", record + Bytes{0xE3, 0, 0, 0, 0, 1, 0, 0, 1, 0, 0, 0}, 0},
+      {"bytes behind it", oneRecordTrailer + Bytes(10, 0xED), -1},
+      {"markers inside it", {0xE3, 0xED, 0xBB, 0, 0xED, 0xBC, 0, 0, 1, 0xEE, 0xE3, 0xE3}, -1},
   };
-  const Case cases[] = {
-      {"nothing at all", {}, 0, 0},
-      {"no trailer", record, 0, 0},
-      {"a whole one", record + oneRecordTrailer, -1, -1},
-      {"cut short", record + Bytes{0xE3, 0, 0}, -1, -1},
-      {"bad closing byte", record + Bytes{0xE3, 0, 0, 0, 0, 1, 0, 0, 1, 0, 0, 0}, 0, 0},
-      {"bytes behind it", oneRecordTrailer + Bytes(10, 0xED), -1, -1},
-      {"markers inside it", {0xE3, 0xED, 0xBB, 0, 0xED, 0xBC, 0, 0, 1, 0xEE, 0xE3, 0xE3}, -1, -1},
-  };
-  for (const Case& c : cases) {
-    EXPECT_EQ(check(c.stream, true), c.strict) << c.what;
-    EXPECT_EQ(check(c.stream, false), c.lenient) << c.what;
-  }
+  for (const auto& [what, stream, result] : cases)
+    for (const bool DoCheck : {true, false}) EXPECT_EQ(check(stream, DoCheck), result) << what;
 }
 
 TEST_F(RecordCheckTest, TheTrailersCountMayBe10Off) {
-  struct Case {
-    Bytes positions;  ///< three bytes of the start, three of the end
-    int records;
-  };
-  const Case cases[] = {{{0, 0, 0, 1, 0, 0}, 256},       // high byte first
-                        {{0, 0, 1, 0, 20, 1}, 20},       // the third byte counts 32767,
-                        {{0, 200, 0, 0, 0, 1}, 32567},   //
-                        {{0xFF, 0xF0, 0, 0, 5, 0}, 20},  // and a ring's end comes before its start
-                        {{0, 1, 0, 0, 0, 0}, 65534},    {{0, 1, 0, 0, 1, 0}, 0}};
+  // Three bytes of the start, three of the end, and what they make.
+  const std::pair<Bytes, int> cases[] = {
+      {{0, 0, 0, 1, 0, 0}, 256},       // high byte first
+      {{0, 0, 1, 0, 20, 1}, 20},       // the third byte counts 32767,
+      {{0, 200, 0, 0, 0, 1}, 32567},   //
+      {{0xFF, 0xF0, 0, 0, 5, 0}, 20},  // and a ring's end comes before its start
+      {{0, 1, 0, 0, 0, 0}, 65534},    {{0, 1, 0, 0, 1, 0}, 0}};
   for (const auto& [positions, records] : cases)
     for (const int difference : {-11, -10, 10, 11}) {
       const int count = records + difference;

@@ -2,20 +2,11 @@
 
 namespace cronvel::activex::test {
 
-using DllGetClassObjectFunction = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, LPVOID*);
-using DllCanUnloadNowFunction = HRESULT(STDAPICALLTYPE*)();
-
 namespace {
 
 template <typename Function>
-Function exported(HMODULE module, const char* name) {
-  return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
-}
-
-std::wstring taken(BSTR text) {
-  const std::wstring copy(text, SysStringLen(text));
-  SysFreeString(text);
-  return copy;
+auto exported(HMODULE module, const char* name) {
+  return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(module, name)));
 }
 
 }  // namespace
@@ -23,7 +14,7 @@ std::wstring taken(BSTR text) {
 ControlTest::ControlTest() {
   OleInitialize(nullptr);
   const wchar_t* path = _wgetenv(L"CRONVEL_OCX");
-  module = LoadLibraryW(path == nullptr ? L"Cronvel.ocx" : path);
+  module = path == nullptr ? nullptr : LoadLibraryW(path);
   EXPECT_NE(module, nullptr) << "name the control's file in CRONVEL_OCX; error " << GetLastError();
   control = create();
 }
@@ -37,7 +28,7 @@ ControlTest::~ControlTest() {
 }
 
 HRESULT ControlTest::classFactory(REFCLSID clsid, IClassFactory** factory) const {
-  return exported<DllGetClassObjectFunction>(module, "DllGetClassObject")(
+  return exported<decltype(DllGetClassObject)>(module, "DllGetClassObject")(
       clsid, IID_IClassFactory, reinterpret_cast<void**>(factory));
 }
 
@@ -50,39 +41,32 @@ ComPtr<IUnknown> ControlTest::create(IUnknown* outer) const {
 }
 
 bool ControlTest::canUnload() const {
-  return exported<DllCanUnloadNowFunction>(module, "DllCanUnloadNow")() == S_OK;
+  return exported<decltype(DllCanUnloadNow)>(module, "DllCanUnloadNow")() == S_OK;
 }
 
-Outcome ControlTest::invoke(const wchar_t* name, WORD flags,
-                            std::initializer_list<Value> arguments) {
-  Outcome outcome;
+HRESULT ControlTest::invoke(const wchar_t* name, WORD flags,
+                            std::initializer_list<_variant_t> arguments, VARIANT* value) {
   const auto dispatch = as<IDispatch>();
   auto* nameText = const_cast<wchar_t*>(name);
   DISPID id = 0;
-  outcome.result = dispatch->GetIDsOfNames(IID_NULL, &nameText, 1, LOCALE_USER_DEFAULT, &id);
-  EXPECT_EQ(outcome.result, S_OK) << "no member of this name";
+  EXPECT_EQ(dispatch->GetIDsOfNames(IID_NULL, &nameText, 1, LOCALE_USER_DEFAULT, &id), S_OK);
   std::vector<VARIANTARG> reversed(std::rbegin(arguments), std::rend(arguments));
   DISPID put = DISPID_PROPERTYPUT;
-  const bool putting = flags == DISPATCH_PROPERTYPUT;
-  DISPPARAMS parameters{reversed.data(), putting ? &put : nullptr,
-                        static_cast<UINT>(reversed.size()), putting ? 1u : 0u};
+  const UINT named = flags == DISPATCH_PROPERTYPUT ? 1 : 0;
+  DISPPARAMS parameters{reversed.data(), &put, static_cast<UINT>(reversed.size()), named};
   EXCEPINFO exception{};
-  outcome.result = dispatch->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,
-                                    &outcome.value, &exception, nullptr);
-  if (outcome.result != DISP_E_EXCEPTION) return outcome;
-  outcome.result = exception.scode;
-  if (HRESULT_FACILITY(exception.scode) == FACILITY_CONTROL)
-    outcome.number = HRESULT_CODE(exception.scode);
-  outcome.text = taken(exception.bstrDescription);
-  outcome.source = taken(exception.bstrSource);
-  SysFreeString(exception.bstrHelpFile);
-  return outcome;
+  const HRESULT result = dispatch->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,
+                                          value, &exception, nullptr);
+  for (BSTR text : {exception.bstrDescription, exception.bstrSource, exception.bstrHelpFile})
+    SysFreeString(text);
+  return result == DISP_E_EXCEPTION ? exception.scode : result;
 }
 
 std::wstring ControlTest::text(const wchar_t* name) {
-  Outcome outcome = get(name);
-  EXPECT_EQ(VariantChangeType(&outcome.value, &outcome.value, VARIANT_ALPHABOOL, VT_BSTR), S_OK);
-  return {outcome.value.bstrVal, SysStringLen(outcome.value.bstrVal)};
+  _variant_t value;
+  EXPECT_EQ(invoke(name, DISPATCH_PROPERTYGET, {}, &value), S_OK);
+  EXPECT_EQ(VariantChangeType(&value, &value, VARIANT_ALPHABOOL, VT_BSTR), S_OK);
+  return {value.bstrVal, SysStringLen(value.bstrVal)};
 }
 
 bool ControlTest::pumpUntil(const std::function<bool()>& reached) {
@@ -91,11 +75,8 @@ bool ControlTest::pumpUntil(const std::function<bool()>& reached) {
     if (GetTickCount64() > end) return false;
     MsgWaitForMultipleObjectsEx(0, nullptr, 20, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
     MSG message{};
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != 0) {
-      TranslateMessage(&message);
+    while (!reached() && PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != 0)
       DispatchMessageW(&message);
-      if (reached()) return true;
-    }
   }
   return true;
 }

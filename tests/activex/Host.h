@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <comdef.h>
 #include <gtest/gtest.h>
 #include <ocidl.h>
 #include <ole2.h>
@@ -38,16 +39,12 @@ class TestObject : public Interfaces... {
     *object = nullptr;
     if (iid == IID_IUnknown) *object = first<Interfaces...>();
     ((iid == __uuidof(Interfaces) ? * object = static_cast<Interfaces*>(this) : nullptr), ...);
-    if (*object == nullptr) *object = other(iid);
     if (*object == nullptr) return E_NOINTERFACE;
     ++mReferences;
     return S_OK;
   }
   STDMETHODIMP_(ULONG) AddRef() override { return ++mReferences; }
   STDMETHODIMP_(ULONG) Release() override { return --mReferences; }
-
- protected:
-  virtual void* other(REFIID) { return nullptr; }
 
  private:
   template <typename First, typename...>
@@ -70,56 +67,13 @@ class TestDispatch : public TestObject<Interfaces..., IDispatch> {
   }
 };
 
-/// A value for a call: by-value numbers, texts, arrays.
-struct Value : VARIANT {
-  Value() { VariantInit(this); }
-  Value(const Value& other) : Value() { VariantCopy(this, const_cast<Value*>(&other)); }
-  Value& operator=(const Value& other) {
-    VariantCopy(this, const_cast<Value*>(&other));
-    return *this;
-  }
-  ~Value() { VariantClear(this); }
-  Value(int number) : Value() {
-    vt = VT_I4;
-    lVal = number;
-  }
-  Value(bool flag) : Value() {
-    vt = VT_BOOL;
-    boolVal = flag ? VARIANT_TRUE : VARIANT_FALSE;
-  }
-  Value(const wchar_t* text) : Value() {
-    vt = VT_BSTR;
-    bstrVal = SysAllocString(text);
-  }
-  /// A script's variable that holds `value`.
-  static Value variable(VARIANT& value) {
-    Value reference;
-    reference.vt = VT_BYREF | VT_VARIANT;
-    reference.pvarVal = &value;
-    return reference;
-  }
-  /// A script's array.
-  static Value array(std::initializer_list<Value> elements) {
-    Value made;
-    made.vt = VT_ARRAY | VT_VARIANT;
-    made.parray = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(elements.size()));
-    LONG at = 0;
-    for (const Value& element : elements) {
-      SafeArrayPutElement(made.parray, &at, const_cast<Value*>(&element));
-      ++at;
-    }
-    return made;
-  }
-};
-
-/// What a late-bound call ended with.
-struct Outcome {
-  HRESULT result = S_OK;
-  int number = 0;  ///< the run-time error's number, 0 for none
-  std::wstring text;
-  std::wstring source;
-  Value value;
-};
+/// A script's variable that holds `value`.
+inline _variant_t variable(VARIANT& value) {
+  _variant_t reference;
+  reference.vt = VT_BYREF | VT_VARIANT;
+  reference.pvarVal = &value;
+  return reference;
+}
 
 /// The module, loaded from the path that CRONVEL_OCX names, and a control made by its class
 /// factory. When the test is over nothing of it may be left, and it must really unload.
@@ -132,13 +86,13 @@ class ControlTest : public testing::Test {
   HRESULT classFactory(REFCLSID clsid, IClassFactory** factory) const;
   bool canUnload() const;
 
-  /// Gets, sets, calls by name. Arguments in their order.
-  Outcome invoke(const wchar_t* name, WORD flags, std::initializer_list<Value> arguments = {});
-  Outcome get(const wchar_t* name) { return invoke(name, DISPATCH_PROPERTYGET); }
-  Outcome put(const wchar_t* name, const Value& value) {
+  /// Sets, calls, gets by name. Arguments in their order.
+  HRESULT invoke(const wchar_t* name, WORD flags, std::initializer_list<_variant_t> arguments,
+                 VARIANT* value = nullptr);
+  HRESULT put(const wchar_t* name, const _variant_t& value) {
     return invoke(name, DISPATCH_PROPERTYPUT, {value});
   }
-  Outcome call(const wchar_t* name, std::initializer_list<Value> arguments = {}) {
+  HRESULT call(const wchar_t* name, std::initializer_list<_variant_t> arguments) {
     return invoke(name, DISPATCH_METHOD | DISPATCH_PROPERTYGET, arguments);
   }
   std::wstring text(const wchar_t* name);

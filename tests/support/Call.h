@@ -28,15 +28,9 @@ inline std::string described(const Variant& value) {
 
 /// An argument as VBScript writes it.
 struct Argument {
-  Argument(bool value) : literal(value ? "True" : "False"), loose(value ? "1" : "0") {}
-  Argument(std::int32_t value) : literal(std::to_string(value)), loose(literal) {}
-  Argument(const std::u16string& value) : literal('"' + toUtf8(value) + '"'), loose(literal) {
-    const bool isNumber = value.find_first_not_of(u"0123456789") == std::u16string::npos;
-    if (value.empty())
-      loose = "Empty";
-    else if (value[0] != u'0' && isNumber)
-      loose = toUtf8(value);
-  }
+  Argument(bool value) : literal(value ? "True" : "False") {}
+  Argument(std::int32_t value) : literal(std::to_string(value)) {}
+  Argument(const std::u16string& value) : literal('"' + toUtf8(value) + '"') {}
   Argument(const Variant& value) {
     const auto digits = [](double number) {
       char text[32];
@@ -46,28 +40,18 @@ struct Argument {
     if (const auto* text = std::get_if<std::u16string>(&value)) literal = Argument(*text).literal;
     if (const auto* number = std::get_if<double>(&value)) literal = digits(*number);
     if (const auto* time = std::get_if<Time>(&value)) literal = "CDate(" + digits(time->days) + ")";
-    loose = literal;
   }
   template <typename T>
   Argument(const HostArray<T>& array) {
     try {
-      for (;; ++elements) add(Argument(array.at(elements)));
+      for (int i = 0;; ++i) literal += (i == 0 ? "Array(" : ", ") + Argument(array.at(i)).literal;
     } catch (const RunTimeError&) {  // there are no more
+      literal += ')';
     }
-    literal = "Array(" + literal + ")";
-    loose = "Array(" + loose + ")";
   }
   Argument(const Bytes& array) : Argument(HostArray(array)) {}
 
-  std::string literal;  ///< in the member's own type
-  std::string loose;    ///< as a script may keep it too: a number for its text, 1 for True
-  int elements = 0;     ///< of an array
-
- private:
-  void add(const Argument& element) {
-    literal += (literal.empty() ? "" : ", ") + element.literal;
-    loose += (loose.empty() ? "" : ", ") + element.loose;
-  }
+  std::string literal;
 };
 
 /// One call of a member, in both languages.

@@ -5,9 +5,7 @@ Sub Control_WinSockError(number, text, code, source, file, context, cancel)
   cancel = "perhaps"
 End Sub
 Set control = WScript.CreateObject("CronvelOCX.Cronvel", "Control_")
-control.WinSockRemoteHost = "127.0.0.1"
 control.WinSockRemotePort = WScript.Arguments(0)
 control.SetWinSockUDPMode 0
-control.WinSockConnect 0
+control.WinSockConnectToHost 0, "127.0.0.1"
 WScript.Sleep 50000
-WScript.Echo "not reached"

@@ -1,8 +1,7 @@
 '> state
-'! event-error.vbs(7, 3): *: Type mismatch (0x800A000D)
+'! event-error.vbs(6, 3): *: Type mismatch (0x800A000D)
 '= 2
 Sub Control_WinSockCurrentState(number)
-  Dim x
   WScript.Echo "state"
   x = CLng("x")
   WScript.Echo "not reached"
@@ -10,4 +9,3 @@ End Sub
 Set control = WScript.CreateObject("CronvelOCX.Cronvel", "Control_")
 On Error Resume Next
 WScript.Sleep 50000
-WScript.Echo "not reached"

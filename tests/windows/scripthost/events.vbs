@@ -1,21 +1,19 @@
 '$ PORT
 '> First 2 3 3 127.0.0.1
 '> Second 10 20 30 3 پیش 7 70000
-'> First 1 5 2 127.0.0.1
 '> Second 9 8
-'> Third 1
 '> nobody listens there any more
 '= 0
 ' Arguments of every kind there and back: the next procedure sees what the one before it wrote.
 Option Explicit
 Dim control, peer, seen, arrived
 Sub First_WinSockDataReceived(bytes, count, host, address, loops, calls)
-  WScript.Echo "First", UBound(bytes), bytes(UBound(bytes)), count, address
   seen = seen + 1
   If seen = 2 Then
     bytes = Array(9, "8")
     Exit Sub
   End If
+  WScript.Echo "First", UBound(bytes), bytes(UBound(bytes)), count, address
   bytes(0) = 10
   bytes(1) = "20"
   bytes(2) = bytes(2) * 10
@@ -32,10 +30,6 @@ Sub SECOND_winsockdatareceived(bytes, count, host, address, loops, calls)
   End If
   arrived = True
 End Sub
-Sub Third_WinSockDataReceived(bytes, count, host, address, loops, calls)
-  WScript.Echo "Third", count
-  arrived = True
-End Sub
 Sub Send(bytes)
   arrived = False
   peer.WinSockSendData 0, bytes
@@ -49,15 +43,11 @@ WScript.ConnectObject control, "Second_"
 control.SetWinSockLocalPort 0, WScript.Arguments(0)
 control.WinSockListen 0
 Set peer = CreateObject("CronvelOCX.Cronvel")
-peer.WinSockRemoteHost = "127.0.0.1"
 peer.WinSockRemotePort = WScript.Arguments(0)
 peer.SetWinSockUDPMode 0
-peer.WinSockConnect 0
+peer.WinSockConnectToHost 0, "127.0.0.1"
 Send Array(1, 2, 3)
 Send Array(4, 5)
-WScript.ConnectObject control, "Third_"
-Send Array(6)
-WScript.DisconnectObject control
 Set control = Nothing
 ' It has gone with its connection, so its port is free.
 peer.WinSockClose 0

@@ -6,6 +6,7 @@
 #include <ole2.h>
 
 #include <cstdio>
+#include <initializer_list>
 
 #include "CronvelOCX.h"
 
@@ -17,28 +18,25 @@ void check(const char* step, HRESULT result) {
   ExitProcess(1);
 }
 
-BYTE use(const wchar_t* progId) {
-  CLSID clsid{};
-  _Cronvel* object = nullptr;
-  ITypeLib* types = nullptr;
-  IStream* stream = nullptr;
-  BYTE number = 0;
-  check("CLSIDFromProgID", CLSIDFromProgID(progId, &clsid));
-  check("LoadRegTypeLib", LoadRegTypeLib(LIBID_CronvelOCX, 1, 0, 0, &types));
-  check("CoCreateInstance",
-        CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)));
-  check("put", object->put_DeviceNum(7));
-  check("get", object->get_DeviceNum(&number));
-  // Another thread's way to the object needs what the manifest says of the interface.
-  check("marshal", CoMarshalInterThreadInterfaceInStream(IID__Cronvel, object, &stream));
-  check("unmarshal", CoReleaseMarshalData(stream));
-  return number;
-}
-
 }  // namespace
 
 int main() {
   CoInitialize(nullptr);
-  const int number = use(L"CronvelOCX.Cronvel");
-  std::printf("object works: %d\n", use(L"CronvelOCX.Cronvel.1") == number ? number : 0);
+  BYTE number = 0;
+  for (const wchar_t* progId : {L"CronvelOCX.Cronvel", L"CronvelOCX.Cronvel.1"}) {
+    CLSID clsid{};
+    _Cronvel* object = nullptr;
+    ITypeLib* types = nullptr;
+    IStream* stream = nullptr;
+    check("CLSIDFromProgID", CLSIDFromProgID(progId, &clsid));
+    check("LoadRegTypeLib", LoadRegTypeLib(LIBID_CronvelOCX, 1, 0, 0, &types));
+    check("CoCreateInstance",
+          CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)));
+    check("put", object->put_DeviceNum(7));
+    check("get", object->get_DeviceNum(&number));
+    // Another thread's way to the object needs what the manifest says of the interface.
+    check("marshal", CoMarshalInterThreadInterfaceInStream(IID__Cronvel, object, &stream));
+    check("unmarshal", CoReleaseMarshalData(stream));
+  }
+  std::printf("object works: %d\n", number);
 }

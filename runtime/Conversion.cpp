@@ -13,8 +13,10 @@
 namespace cronvel {
 namespace {
 
-/// As a person writes it: 256, 12.5.
+/// As a person writes it: 256, 12.5; a whole number never as 1e+05.
 std::string shortest(double value) {
+  if (std::trunc(value) == value && std::fabs(value) < 1e15)
+    return std::to_string(static_cast<std::int64_t>(value));
   std::array<char, 32> text{};
   const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
   return {text.data(), end};
@@ -227,9 +229,7 @@ std::u16string toText(const Variant& value) {
   if (const auto* text = std::get_if<std::u16string>(&value)) return *text;
   if (const auto* b = std::get_if<bool>(&value)) return *b ? u"True" : u"False";
   if (std::holds_alternative<std::monostate>(value)) return {};
-  char digits[32];
-  const auto end = std::to_chars(digits, digits + sizeof digits, requireNumber(value)).ptr;
-  return toUtf16(std::string_view(digits, static_cast<std::size_t>(end - digits)));
+  return toUtf16(shortest(requireNumber(value)));
 }
 
 }  // namespace

@@ -64,7 +64,7 @@ TEST(Conversion, LikeAnotherValue) {
   for (const Variant& value : {Variant(u"False"), Variant(u"false"), Variant(std::int16_t{0}), {}})
     EXPECT_EQ(convertLike(value, true), Variant(false));
   const std::pair<Variant, Variant> cases[] = {
-      {true, std::int16_t{-1}}, {false, std::int32_t{0}}, {std::int32_t{70000}, u"70000"},
+      {true, std::int16_t{-1}}, {false, std::int32_t{0}}, {std::int32_t{-1234567}, u"-1234567"},
       {true, u"True"},          {false, u"False"},        {{}, u""},
       {{}, std::int16_t{0}},    {1.5, std::int16_t{2}},   {Time{2.5}, 2.5},
       {-0.25, u"-0.25"}};

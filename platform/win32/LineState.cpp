@@ -1,5 +1,9 @@
 #include "platform/win32/LineState.h"
 
+#include <winioctl.h>
+using PHYSICAL_ADDRESS = LARGE_INTEGER;  // which the next header has from the driver kit
+#include <ntddser.h>
+
 namespace cronvel {
 
 using Parity = LineSettings::Parity;
@@ -27,6 +31,20 @@ BYTE stopCode(const SerialSettings& settings) {
   return settings.dataBits == 5 ? ONE5STOPBITS : TWOSTOPBITS;
 }
 
+/// A line without hardware may have a parity that it cannot name. It then answers with nothing,
+/// which the call for the whole state would fill with what the stack holds.
+constexpr BYTE unnamedParity = 0xFF;
+
+BYTE parityOf(HANDLE device) {
+  SERIAL_LINE_CONTROL control{};
+  control.Parity = unnamedParity;
+  DWORD size = 0;
+  if (DeviceIoControl(device, IOCTL_SERIAL_GET_LINE_CONTROL, nullptr, 0, &control, sizeof control,
+                      &size, nullptr) == 0)
+    return unnamedParity;
+  return control.Parity;
+}
+
 }  // namespace
 
 DCB lineStateOf(const SerialSettings& settings) {
@@ -43,11 +61,13 @@ DCB lineStateOf(const SerialSettings& settings) {
   return line;
 }
 
-std::string missingIn(const DCB& line, const SerialSettings& settings) {
-  if (line.BaudRate != static_cast<DWORD>(settings.speed))
+std::string missingIn(HANDLE device, const SerialSettings& settings) {
+  DCB line{};
+  line.DCBlength = sizeof line;
+  if (GetCommState(device, &line) != 0 && line.BaudRate != static_cast<DWORD>(settings.speed))
     return "a speed of " + std::to_string(settings.speed) + " baud";
-  // A line without hardware has a code of its own for a parity that it cannot name.
-  if (line.Parity <= SPACEPARITY && line.Parity != parityCode(settings.parity))
+  if (const BYTE parity = parityOf(device);
+      parity != unnamedParity && parity != parityCode(settings.parity))
     return settings.nameOfParity();
   return {};
 }

@@ -10,7 +10,7 @@ namespace cronvel {
 
 /// Speed and frame of the settings. Bytes pass unchanged both ways, without handshaking.
 DCB lineStateOf(const SerialSettings& settings);
-/// What of the settings `line` lacks, as the subject of a sentence; empty if nothing.
-std::string missingIn(const DCB& line, const SerialSettings& settings);
+/// What of the settings the device has not taken, as the subject of a sentence; empty if nothing.
+std::string missingIn(HANDLE device, const SerialSettings& settings);
 
 }  // namespace cronvel

@@ -128,12 +128,11 @@ void Win32SerialDevice::apply(const SerialSettings& settings, int handshaking) {
   if (GetCommState(mDevice.get(), &before) == 0)
     fail(ErrorNumber::couldNotSetCommState,
          "cannot be set: " + systemErrorText(GetLastError()) + "; check the cable or adapter");
-  DCB line = wanted(settings, handshaking);
   std::string lacks;
-  if (!set(line))
+  if (!set(wanted(settings, handshaking)))
     lacks = "these settings (" + systemErrorText(GetLastError()) + ")";
-  else if (GetCommState(mDevice.get(), &line) != 0)
-    lacks = missingIn(line, settings);
+  else
+    lacks = missingIn(mDevice.get(), settings);
   if (!lacks.empty()) {
     SetCommState(mDevice.get(), &before);
     failSettings(lacks);

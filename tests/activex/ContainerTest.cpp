@@ -299,18 +299,19 @@ class PropertyPageTest : public ContainerTest {
     return all;
   }
 
+  static void CALLBACK endDialog(HWND, UINT, UINT_PTR, DWORD) {
+    HWND box = FindWindowW(L"#32770", nullptr);
+    if (box == nullptr) return;
+    std::array<wchar_t, 300> text{};
+    GetDlgItemTextW(box, 0xFFFF, text.data(), 300);
+    said = std::wstring(L"said: ") + text.data();
+    PostMessageW(box, WM_COMMAND, IDCANCEL, 0);
+  }
   /// Does what shows a dialog with a message loop of its own; sees what that says and ends it.
   template <typename Action>
   static std::wstring dialogOf(Action&& action) {
     said.clear();
-    const UINT_PTR timer = SetTimer(nullptr, 0, 50, [](HWND, UINT, UINT_PTR, DWORD) {
-      HWND box = FindWindowW(L"#32770", nullptr);
-      if (box == nullptr) return;
-      std::array<wchar_t, 300> text{};
-      GetDlgItemTextW(box, 0xFFFF, text.data(), 300);
-      said = std::wstring(L"said: ") + text.data();
-      PostMessageW(box, WM_COMMAND, IDCANCEL, 0);
-    });
+    const UINT_PTR timer = SetTimer(nullptr, 0, 50, endDialog);
     action();
     KillTimer(nullptr, timer);
     return said;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -49,17 +50,17 @@ class SystemTest : public testing::Test {
   }
   std::string journalOption() const { return " --json " + mFolder.path("journal") + " "; }
   std::u16string file(const char* name) const { return toUtf16(mFolder.path(name)); }
-  /// The first of so many free ports in a row.
+  /// The first of so many free ports in a row, outside those that the system gives to connections.
   int freePort(int count = 1) const {
     const auto sockets = mPlatform->makeSocketArray();
     for (std::int16_t i = 1; i < count; ++i) sockets->load(i);
-    for (;;) try {
+    for (int port = 20000 + getpid() % 10000;; port += count) try {
         for (std::int16_t i = 0; i < count; ++i) {
           sockets->at(i).Close();
-          sockets->at(i).LocalPort(i == 0 ? 0 : sockets->at(0).LocalPort() + i);
+          sockets->at(i).LocalPort(port + i);
           sockets->at(i).Listen();
         }
-        return sockets->at(0).LocalPort();
+        return port;
       } catch (const RunTimeError&) {  // one of them is not free
       }
   }

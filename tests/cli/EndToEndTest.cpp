@@ -43,7 +43,7 @@ class EndToEnd : public testing::Test {
   /// any program's may take it before the command listens.
   std::string freePort() {
     const auto sockets = mPlatform->makeSocketArray();
-    for (int port = 20000 + getpid() % 10000;; ++port) try {
+    for (int port = 10000 + getpid() % 400 * 25;; ++port) try {
         sockets->at(0).LocalPort(port);
         sockets->at(0).Listen();
         return std::to_string(port);

@@ -54,7 +54,7 @@ class SystemTest : public testing::Test {
   int freePort(int count = 1) const {
     const auto sockets = mPlatform->makeSocketArray();
     for (std::int16_t i = 1; i < count; ++i) sockets->load(i);
-    for (int port = 20000 + getpid() % 10000;; port += count) try {
+    for (int port = 20000 + getpid() % 400 * 25;; port += count) try {
         for (std::int16_t i = 0; i < count; ++i) {
           sockets->at(i).Close();
           sockets->at(i).LocalPort(port + i);

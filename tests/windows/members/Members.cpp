@@ -119,8 +119,11 @@ void monitoring(Caller& c, const Host& host) {
 void serial(Caller& c, std::int16_t comPort) {
   c.say(call(MEMBER(Hangup)));
   for (const Property& property : properties()) {
-    for (const Call& step : {property.get, property.put, property.get, property.restore})
+    for (const Call& step : {property.get, property.put, property.get, property.restore}) {
       c.say(step);
+      // A switch waits for nothing; its last byte is to be seen before the next one's parity comes.
+      if (step.kind == Call::Kind::put && !property.setInDesignMode) c.sleep(200);
+    }
     if (property.get.member == "CommPort") c.say(put(MEMBER(CommPort), comPort));
   }
   c.sleep(1000);

@@ -20,7 +20,7 @@ TEST_F(ConversationTest, AHostThatHangsUpEndsTheWaitWithoutHarm) {
 
 TEST_F(ConversationTest, ConnectionsInARowNeverMeetAnAddressInUse) {
   const std::string port = std::to_string(freePort());
-  const SimulatedTerminal terminal("--listen 0 --delay 0 --connect 127.0.0.1:" + port);
+  const SimulatedTerminal terminal("--listen 0 --delay 100 --connect 127.0.0.1:" + port);
   connectTo(terminal);
   for (int i = 0; i < 10; ++i) ASSERT_TRUE(mHasty.SetKeyboard(u"127.0.0.1", 1)) << i;
   for (int i = 0; i < 10; ++i) ASSERT_TRUE(mHasty.TestConnection(u"gate-" + toUtf16(port))) << i;

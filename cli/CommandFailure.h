@@ -3,18 +3,10 @@
 #include <stdexcept>
 #include <string>
 
+#include "cli/ExitStatus.h"
 #include "runtime/RunTimeError.h"
 
 namespace cronvel {
-
-/// What the command tells the shell; scripts rely on the numbers.
-enum class ExitStatus : int {
-  done = 0,
-  refused = 1,  ///< the terminal refused or did not answer, or its records are not whole
-  wrongUse = 2,
-  error = 3,
-  interrupted = 130,
-};
 
 /// Ends a command: `what()` is one sentence for the person at the shell.
 class CommandFailure : public std::runtime_error {
@@ -23,7 +15,7 @@ class CommandFailure : public std::runtime_error {
       : std::runtime_error(sentence), mStatus(status) {}
   explicit CommandFailure(const RunTimeError& error)
       : CommandFailure(
-            ExitStatus::error,
+            statusOf(static_cast<int>(error.number())),
             "error " + std::to_string(static_cast<int>(error.number())) + ": " + error.what()) {}
 
   ExitStatus status() const { return mStatus; }

@@ -24,9 +24,8 @@ void describe(CLI::App& app) {
       "  cronvel test --port 1 --device 3            does terminal 3 on serial port 1 answer?\n"
       "  cronvel download march --port /dev/ttyUSB0  fetch its records into march.Hex\n"
       "  cronvel show march --format csv             and print them\n\n"
-      "\"cronvel COMMAND --help\" explains a command.\n"
-      "Exit status: 0 done, 1 the terminal refused or did not answer, 2 wrong use, 3 an error,\n"
-      "130 ended by Ctrl-C.");
+      "\"cronvel COMMAND --help\" explains a command.\n" +
+      std::string(exitStatusHelp));
 }
 
 ExitStatus fail(Io& io, ExitStatus status, const std::string& sentence) {
@@ -65,11 +64,20 @@ std::optional<Invocation> prepare(Io& io, std::vector<std::string> arguments) {
   return prepared;
 }
 
+/// A list or settings file that cannot be read is a mistake in the command line like any other.
+std::optional<Invocation> prepareOrRefuse(Io& io, std::vector<std::string> arguments) {
+  try {
+    return prepare(io, std::move(arguments));
+  } catch (const RunTimeError& error) {
+    throw CommandFailure(ExitStatus::wrongUse, CommandFailure(error).what());
+  }
+}
+
 }  // namespace
 
 ExitStatus runCommandLine(Platform& platform, Io& io, std::vector<std::string> arguments) {
   try {
-    const auto invocation = prepare(io, std::move(arguments));
+    const auto invocation = prepareOrRefuse(io, std::move(arguments));
     if (invocation) invocation->run({platform, io});
     return ExitStatus::done;
   } catch (const CommandFailure& failure) {

@@ -34,7 +34,7 @@ void showProperties(TerminalSession& session, const std::u16string& host,
                     const std::string& rawFile) {
   const Bytes block = readBlock(session, "its properties could not be read",
                                 [&](Cronvel& c) { return c.GetDeviceProperties(host); });
-  if (std::all_of(block.begin(), block.end(), [](auto byte) { return byte == 0; }))
+  if (session.control().notes().lastKind() != NoteKind::accepted)
     throw session.failure("it sent no properties");
   if (rawFile.empty()) return printBlock(session.out(), block);
   File file(toPath(toUtf16(rawFile)), File::Access::output);

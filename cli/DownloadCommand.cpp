@@ -105,9 +105,9 @@ void Download::receive() {
   }
   mProgress.clear();
   if (mGaveUp)
-    throw CommandFailure(ExitStatus::refused, "no terminal connected in on port " +
-                                                  std::to_string(mPlan.peer.port) + " within " +
-                                                  std::to_string(mPlan.waitSeconds) + " s");
+    throw CommandFailure(ExitStatus::noAnswer, "no terminal connected in on port " +
+                                                   std::to_string(mPlan.peer.port) + " within " +
+                                                   std::to_string(mPlan.waitSeconds) + " s");
   if (mFiles.rawSize() == 0) throw mSession.failure("nothing came");
   report(whole);
 }
@@ -118,7 +118,7 @@ void Download::report(bool whole) {
   warnOfDamage(mSession);
   if (whole) return;
   const bool strict = !mPlan.period && !mPlan.buffer;  // as the control checked it
-  throw CommandFailure(ExitStatus::refused, whyIncomplete(mSession, mFiles, strict));
+  throw CommandFailure(ExitStatus::notWhole, whyIncomplete(mSession, mFiles, strict));
 }
 
 void Download::tick() {

@@ -49,7 +49,7 @@ void check(TerminalSession& session, const RecordFiles& files, bool strict) {
                 << "\nfiles: " << files.describe() << '\n'
                 << std::flush;
   warnOfDamage(session);
-  if (!whole) throw CommandFailure(ExitStatus::refused, whyIncomplete(session, files, strict));
+  if (!whole) throw CommandFailure(ExitStatus::notWhole, whyIncomplete(session, files, strict));
 }
 
 Invocation prepareCheck(const CheckOptions& options) {
@@ -63,7 +63,7 @@ Invocation prepareCheck(const CheckOptions& options) {
 void addCheck(const Command& cronvel) {
   const Command command = cronvel.add(
       "check", "Read a raw record file and write the readable ones beside it", Command::files);
-  command.footer("Every download does this by itself. Exit status 1: the stream has no valid end.");
+  command.footer("Every download does this by itself.");
   const CheckOptions options{
       .file = command.argument("FILE", "The raw file; \".Hex\" may be left out"),
       .strict = command.flag("--strict",

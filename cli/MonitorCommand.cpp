@@ -98,15 +98,15 @@ void monitorConnection(TerminalSession& session, const MonitorPlan& plan) {
     session.warn("the terminal did not connect in again, so its monitoring is still on");
 }
 
-/// Why the terminal that connects in to this port could not be switched on; empty if it was.
-std::string switchOnMember(TerminalSession& session, int port) {
+/// Why the terminal that connects in to this port could not be switched on; nothing if it was.
+std::optional<CommandFailure> switchOnMember(TerminalSession& session, int port) {
   const std::u16string host = toUtf16("terminal-" + std::to_string(port));
   try {
     if (session.run([&](Cronvel& c) { return c.SetMonitoringOnGroup(host, true); })) return {};
-    return session.failure("monitoring was not switched on").what();
+    return session.failure("monitoring was not switched on");
   } catch (const CommandFailure& failure) {
     if (failure.status() == ExitStatus::interrupted) throw;
-    return failure.what();
+    return failure;
   }
 }
 
@@ -114,26 +114,35 @@ void switchGroupOff(TerminalSession& session) {
   session.run([](Cronvel& c) { return c.SetMonitoringOffGroup(u"all", false); });
 }
 
-int switchGroupOn(TerminalSession& session, const std::vector<int>& ports) {
-  int on = 0;
+struct GroupOutcome {
+  bool anyOn = false;
+  ExitStatus status = ExitStatus::done;  ///< the gravest of the members'
+};
+
+GroupOutcome switchGroupOn(TerminalSession& session, const std::vector<int>& ports) {
+  GroupOutcome outcome;
   try {
     for (const int port : ports) {
-      const std::string problem = switchOnMember(session, port);
-      on += problem.empty() ? 1 : 0;
-      if (!problem.empty()) session.warn("port " + std::to_string(port) + ": " + problem);
+      const auto problem = switchOnMember(session, port);
+      outcome.anyOn |= !problem;
+      if (!problem) continue;
+      outcome.status = gravest(outcome.status, problem->status());
+      session.warn("port " + std::to_string(port) + ": " + problem->what());
     }
   } catch (const CommandFailure&) {
     switchGroupOff(session);  // those that are on already
     throw;
   }
-  return on;
+  return outcome;
 }
 
 void monitorGroup(TerminalSession& session, const MonitorPlan& plan) {
-  const int on = switchGroupOn(session, plan.group);
-  if (on == 0) throw CommandFailure(ExitStatus::refused, "no terminal could be switched on");
+  const GroupOutcome outcome = switchGroupOn(session, plan.group);
+  if (!outcome.anyOn) throw CommandFailure(outcome.status, "no terminal could be switched on");
   listen(session, plan);
   switchGroupOff(session);
+  if (outcome.status != ExitStatus::done)
+    throw CommandFailure(outcome.status, "some terminals were never switched on");
 }
 
 void monitor(TerminalSession& session, const MonitorPlan& plan) {

@@ -40,7 +40,6 @@ struct TimePlan {
 struct ClockPlan {
   std::optional<DatePlan> date;
   std::optional<TimePlan> time;
-  std::string leftOut;  ///< for the person: what is not set, and why
 };
 
 DatePlan planDate(const ClockOptions& options) {
@@ -68,21 +67,21 @@ ClockPlan planWishes(const ClockOptions& options) {
 }
 
 /// Over the network the time needs a terminal that connects in and the date one to connect to.
-/// Where both are wanted, what cannot be done is left out and said.
-void leaveOutUnreachable(ClockPlan& plan, const Link& link) {
+void requireBothWays(const ClockPlan& plan, const Link& link) {
   if (!link.onNetwork() || !plan.time || !plan.date) return;
-  if (!link.listenPort()) {
-    plan.time.reset();
-    plan.leftOut = "the time is not set: for that the terminal connects in; add --listen PORT";
-  } else if (link.host().empty()) {
-    plan.date.reset();
-    plan.leftOut = "the date is not set: for that the PC connects; add --host HOST[:PORT]";
-  }
+  if (!link.listenPort())
+    throw CommandFailure(ExitStatus::wrongUse,
+                         "for the time the terminal connects in: add --listen PORT, or set the "
+                         "date alone with --date today");
+  if (link.host().empty())
+    throw CommandFailure(ExitStatus::wrongUse,
+                         "for the date the PC connects: add --host HOST[:PORT], or set the time "
+                         "alone with --time now");
 }
 
 ClockPlan planClock(const ClockOptions& options, const Link& link) {
   ClockPlan plan = planWishes(options);
-  leaveOutUnreachable(plan, link);
+  requireBothWays(plan, link);
   if (plan.date) plan.date->peer = link.connects("setting the date");
   if (plan.time) plan.time->peer = link.listens("setting the time");
   return plan;
@@ -113,13 +112,35 @@ void setTime(TerminalSession& session, const TimePlan& plan) {
                  " s to connect in, so its clock is that much behind; run the command again");
 }
 
+/// What a half of the clock ended with; nothing when it was set.
+std::optional<CommandFailure> tryHalf(const std::string& name, const std::function<void()>& set) {
+  try {
+    set();
+  } catch (const CommandFailure& failure) {
+    if (failure.status() == ExitStatus::interrupted) throw;
+    return CommandFailure(failure.status(), "the " + name + " is not set: " + failure.what());
+  }
+  return {};
+}
+
+/// Both are tried: a terminal that can be reached one way only gets what it can.
+void setClock(TerminalSession& session, const ClockPlan& plan) {
+  std::optional<CommandFailure> date;
+  std::optional<CommandFailure> time;
+  if (plan.date) date = tryHalf("date", [&] { setDate(session, *plan.date); });
+  if (plan.time) time = tryHalf("time", [&] { setTime(session, *plan.time); });
+  if (!date && !time) return;
+  if (date && time) {
+    session.warn(date->what());
+    throw CommandFailure(gravest(date->status(), time->status()), time->what());
+  }
+  throw date ? *date : *time;
+}
+
 Invocation prepareClock(const ClockOptions& options) {
   const Link link = Link::toTerminal(*options.link);
-  return {link, [plan = planClock(options, link)](TerminalSession& session) {
-            if (!plan.leftOut.empty()) session.warn(plan.leftOut);
-            if (plan.date) setDate(session, *plan.date);
-            if (plan.time) setTime(session, *plan.time);
-          }};
+  return {link,
+          [plan = planClock(options, link)](TerminalSession& session) { setClock(session, plan); }};
 }
 
 void addSetClock(const Command& cronvel) {
@@ -130,7 +151,7 @@ void addSetClock(const Command& cronvel) {
       "a date this command takes Sunday as 1 to Saturday as 7. If your terminal counts\n"
       "otherwise, give --weekday.\n"
       "Over the network the terminal connects in for the time (--listen), and this PC connects\n"
-      "for the date (--host); give both to set both.");
+      "for the date (--host); give both to set both. The status is that of the half that failed.");
   const ClockOptions options{
       .time = command.option("--time", "HH:MM[:SS]", "Set this time, or the PC's: \"now\""),
       .date = command.option("--date", "DD/MM/YY", "Set this date, or the PC's: \"today\""),

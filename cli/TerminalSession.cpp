@@ -76,15 +76,16 @@ std::u16string TerminalSession::use(const Peer& peer) {
 CommandFailure TerminalSession::explained(const RunTimeError& error) const {
   const CommandFailure failure(error);
   if (error.number() != ErrorNumber::wrongConnectionState) return failure;
-  if (!mSocketError.empty()) return {ExitStatus::error, mSocketError};
+  if (!mSocketError.empty()) return {mSocketStatus, mSocketError};
   if (mSocketState != sckClosing) return failure;
-  return {ExitStatus::error, failure.what() + std::string("; the other side has hung up")};
+  return {failure.status(), failure.what() + std::string("; the other side has hung up")};
 }
 
 CommandFailure TerminalSession::failure(const std::string& otherwise) const {
-  if (!mSocketError.empty()) return {ExitStatus::error, mSocketError};
-  const std::string& note = mControl.notes().last();
-  return {ExitStatus::refused, note.empty() ? terminal() + ": " + otherwise : note};
+  if (!mSocketError.empty()) return {mSocketStatus, mSocketError};
+  const Notes& notes = mControl.notes();
+  return {statusOf(notes.lastKind()),
+          notes.last().empty() ? terminal() + ": " + otherwise : notes.last()};
 }
 
 std::string TerminalSession::terminal() const {
@@ -94,6 +95,7 @@ std::string TerminalSession::terminal() const {
 void TerminalSession::WinSockError(std::int16_t number, std::u16string& Description, std::int32_t,
                                    const std::u16string&, const std::u16string&, std::int32_t,
                                    bool&) {
+  mSocketStatus = statusOf(number);
   mSocketError = "error " + std::to_string(number) + ": " + toUtf8(Description);
 }
 

@@ -96,7 +96,8 @@ class TerminalSession : private __Cronvel, private Container {
   InterruptGuard mInterrupt;
   std::unique_ptr<Platform> mTrace;  ///< with --trace, the control's platform
   std::int16_t mSocketState = sckClosed;
-  std::string mSocketError;
+  std::string mSocketError;  ///< of the call under way
+  ExitStatus mSocketStatus = ExitStatus::error;
   Cronvel mControl;
   std::function<void()> mOnTick;
   std::function<void(std::int32_t, std::int32_t)> mOnUpload;

@@ -27,7 +27,7 @@ struct DeviceLinks {
   NetworkLink network;
 
   /// Says why a command ended as it did.
-  void note(std::string_view text) { host.notes.add(text); }
+  void note(NoteKind kind, std::string_view text) { host.notes.add(kind, text); }
 
   /// Blocks the thread; no events meanwhile. Every pause of a command goes through here.
   void Sleep(std::int32_t ms) { platform.clock().sleep(ms); }

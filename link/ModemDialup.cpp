@@ -44,7 +44,8 @@ std::int16_t ModemDialup::Dial() {
     mLinks.serial.stopTimeOut();
     closePort();
     if (!numberIsValid()) {
-      mLinks.note("\"" + toUtf8(mLinks.state.TelNum) + "\" is no telephone number: set TelNum");
+      mLinks.note(NoteKind::notSent,
+                  "\"" + toUtf8(mLinks.state.TelNum) + "\" is no telephone number: set TelNum");
       show(u"شماره تلفن داده شده معتبر نمي باشد.", u"ارتباط مودم");
       return invalidNumber;
     }
@@ -59,7 +60,7 @@ std::int16_t ModemDialup::Dial() {
 bool ModemDialup::numberIsValid() const { return mLinks.state.TelNum > u"0"; }
 
 void ModemDialup::sendNumber() {
-  mLinks.note("dialling " + toUtf8(mLinks.state.TelNum));
+  mLinks.note(NoteKind::progress, "dialling " + toUtf8(mLinks.state.TelNum));
   port().Settings("4800,N,8,1");
   port().PortOpen(true);
   port().Output(dialString(mLinks.state.TelNum));
@@ -82,7 +83,7 @@ bool ModemDialup::lineIsBusy() {
 }
 
 bool ModemDialup::retryWanted() {
-  mLinks.note("the line is busy");
+  mLinks.note(NoteKind::busy, "the line is busy");
   return mLinks.platform.msgBox().show(u"خط مشغول است.آيا دوباره سعي شود؟", MsgBox::Buttons::yesNo,
                                        u"اشغال خط") == MsgBox::Answer::yes;
 }
@@ -90,16 +91,17 @@ bool ModemDialup::retryWanted() {
 std::int16_t ModemDialup::callResult() {
   if (mLinks.serial.timedOut()) {
     mLinks.serial.stopTimeOut();
-    mLinks.note("no carrier within 120 s: check the number, the modem and its cable");
+    mLinks.note(NoteKind::noCarrier,
+                "no carrier within 120 s: check the number, the modem and its cable");
     show(u"اشكال در ارتباط با مودم؟", u"خطا");
     return noCarrier;
   }
   if (!port().CDHolding()) {
-    mLinks.note("the carrier was gone as soon as it came");
+    mLinks.note(NoteKind::noCarrier, "the carrier was gone as soon as it came");
     return undecided;
   }
   mLinks.state.DialupConnection = true;
-  mLinks.note("connected: the modem has a carrier");
+  mLinks.note(NoteKind::progress, "connected: the modem has a carrier");
   show(u"ارتباط برقرار شد.", callTitle);
   return connected;
 }
@@ -114,7 +116,7 @@ bool ModemDialup::Hangup() {
   port().DTREnable(false);
   port().DTREnable(DTREnable);
   closePort();
-  mLinks.note("hung up");
+  mLinks.note(NoteKind::progress, "hung up");
   show(u"ارتباط قطع شد", callTitle);
   return true;
 }

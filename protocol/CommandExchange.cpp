@@ -59,7 +59,8 @@ Outcome CommandExchange::converse(const Payload& payload) {
 bool CommandExchange::carrierPresent() {
   const bool carrier = mLinks.serial.port().CDHolding();
   if (!mLinks.state.DialupConnection || carrier) return true;
-  mLinks.note("no modem carrier: dial first, or set DialupConnection to False");
+  mLinks.note(NoteKind::noCarrier,
+              "no modem carrier: dial first, or set DialupConnection to False");
   mLinks.platform.msgBox().show(noCarrierText, MsgBox::Buttons::ok, modemTitle);
   return false;
 }
@@ -72,7 +73,7 @@ void CommandExchange::holdMonitoring() {
 
 bool CommandExchange::prepareLink() {
   if (!mLine->prepare(mForm.network)) {
-    mLinks.note("no terminal connected in within 10 s");
+    mLinks.note(NoteKind::notConnected, "no terminal connected in within 10 s");
     release(false);
     return false;
   }
@@ -117,13 +118,14 @@ std::optional<Bytes> CommandExchange::awaitReply() {
 void CommandExchange::noteReply(const std::optional<Bytes>& reply, double wait) const {
   const std::string terminal = "terminal " + std::to_string(mLinks.state.DeviceNum);
   if (!reply || reply->empty()) {
-    mLinks.note("no reply within " + std::to_string(std::lround(wait)) + " s: nothing came from " +
-                terminal);
+    mLinks.note(NoteKind::noAnswer, "no reply within " + std::to_string(std::lround(wait)) +
+                                        " s: nothing came from " + terminal);
   } else if (reply->front() == successReply) {
-    mLinks.note("reply 24 (18 hex): " + terminal + " has done it");
+    mLinks.note(NoteKind::accepted, "reply 24 (18 hex): " + terminal + " has done it");
   } else {
-    mLinks.note("reply " + decimalAndHex(reply->front()) + " instead of 24 (18 hex): " + terminal +
-                " has refused, or the line is disturbed");
+    mLinks.note(NoteKind::refused, "reply " + decimalAndHex(reply->front()) +
+                                       " instead of 24 (18 hex): " + terminal +
+                                       " has refused, or the line is disturbed");
   }
 }
 

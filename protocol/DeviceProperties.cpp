@@ -9,6 +9,11 @@ namespace {
 
 constexpr std::size_t blockSize = 101;
 
+NoteKind kindOf(std::size_t count) {
+  if (count == 0) return NoteKind::noAnswer;
+  return count < blockSize ? NoteKind::incomplete : NoteKind::accepted;
+}
+
 Bytes gather(DeviceLinks& links, BlockStream& stream) {
   Bytes properties(blockSize, 0);
   std::size_t count = 0;
@@ -21,7 +26,7 @@ Bytes gather(DeviceLinks& links, BlockStream& stream) {
       properties[count++] = byte;
     }
   }
-  links.note(std::to_string(count) + " bytes of properties came");
+  links.note(kindOf(count), std::to_string(count) + " bytes of properties came");
   return properties;
 }
 

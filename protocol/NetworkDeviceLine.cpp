@@ -55,7 +55,7 @@ bool NetworkDeviceLine::awaitTerminal() {
   while (state() == sckConnecting || state() == sckListening)
     mLinks.platform.messagePump().waitEvents();
   if (state() == sckConnected) return true;
-  mLinks.note("no terminal connected in");
+  mLinks.note(NoteKind::notConnected, "no terminal connected in");
   close();
   return false;
 }

@@ -63,7 +63,8 @@ bool ReaderCommands::setGroup(int code, const std::u16string& sRemoteHost, std::
   if (!exchange.carrierPresent()) return false;
   exchange.holdMonitoring();
   if (mG > highestGroup) {
-    mLinks.note("group " + std::to_string(mG) + " is not sent: groups go from 0 to 99");
+    mLinks.note(NoteKind::notSent,
+                "group " + std::to_string(mG) + " is not sent: groups go from 0 to 99");
     return false;
   }
   exchange.connect();

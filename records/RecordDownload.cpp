@@ -94,9 +94,7 @@ class Download {
       total += block->size();
     }
     mFile->close();
-    mLinks.note(total == 0 ? "nothing came within 5 s after the request"
-                           : "5 s of silence: the stream has ended after " + std::to_string(total) +
-                                 " bytes");
+    noteEnd(total);
   }
 
   /// The whole block is the operating system's before anything else runs; then the host gets a turn
@@ -104,6 +102,14 @@ class Download {
   void write(const Bytes& block) {
     mFile->write(block);
     for (std::size_t i = 0; i < block.size(); ++i) mLinks.platform.messagePump().DoEvents();
+  }
+
+  void noteEnd(std::size_t total) {
+    if (total == 0)
+      mLinks.note(NoteKind::noAnswer, "nothing came within 5 s after the request");
+    else
+      mLinks.note(NoteKind::progress,
+                  "5 s of silence: the stream has ended after " + std::to_string(total) + " bytes");
   }
 
   DeviceLine& line() { return mExchange.line(); }

@@ -12,6 +12,9 @@ class MessagePump {
   /// For wait loops: as `DoEvents`, but when nothing is pending it first blocks until something
   /// happens or a few milliseconds have gone by.
   virtual void waitEvents() = 0;
+  /// Has a `waitEvents` that blocks return at once, or else the next one not block. From any thread
+  /// while the pump lives; on POSIX from a signal handler as well.
+  virtual void wake() = 0;
   /// Whether one of the calls, or a handler in the host's own message loop, is under way further up
   /// this stack. What it works on must not be destroyed then.
   virtual bool inPass() const { return false; }

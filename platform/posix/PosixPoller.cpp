@@ -1,10 +1,14 @@
 #include <poll.h>
+#include <sys/eventfd.h>
 
-#include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <ctime>
 #include <vector>
 
+#include "platform/posix/FileDescriptor.h"
 #include "platform/reactor/Poller.h"
+#include "runtime/RunTimeError.h"
 
 namespace cronvel {
 namespace {
@@ -22,15 +26,31 @@ short pollEvents(short interest) {
 
 class PosixPoller : public Poller {
  public:
+  PosixPoller() : mWake(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
+    if (!mWake)
+      throw RunTimeError(ErrorNumber::tooManyFiles,
+                         std::string("the message pump: ") + std::strerror(errno));
+  }
+
+  void wake() override {
+    const int before = errno;
+    // It fails only where so many calls to wake are waiting that one more says nothing new.
+    static_cast<void>(eventfd_write(mWake.get(), 1));
+    errno = before;
+  }
+
   void poll(std::span<Item> items, Duration longestWait) override {
     mPolls.clear();
     for (const Item& item : items)
       mPolls.push_back({static_cast<int>(item.handle), pollEvents(item.interest), 0});
+    mPolls.push_back({mWake.get(), POLLIN, 0});
     const auto wholeSeconds = duration_cast<seconds>(longestWait);
     const timespec timeout{wholeSeconds.count(),
                            duration_cast<nanoseconds>(longestWait - wholeSeconds).count()};
     // A signal ends the wait early: to the caller a pass that found nothing.
     const bool any = ppoll(mPolls.data(), mPolls.size(), &timeout, nullptr) > 0;
+    eventfd_t calls = 0;
+    if (any && mPolls.back().revents != 0) static_cast<void>(eventfd_read(mWake.get(), &calls));
     for (std::size_t i = 0; i < items.size(); ++i)
       items[i].found = any ? foundBy(mPolls[i]) : short{0};
   }
@@ -43,6 +63,7 @@ class PosixPoller : public Poller {
     return static_cast<short>(found);
   }
 
+  FileDescriptor mWake;
   std::vector<pollfd> mPolls;
 };
 

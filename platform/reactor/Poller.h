@@ -32,6 +32,10 @@ class Poller {
   /// Looks what is ready. Waits only where `pumpHost` does not.
   virtual void poll(std::span<Item> items, Duration longestWait) = 0;
 
+  /// Ends a wait under way, or else keeps the next one from waiting. From any thread; on POSIX from
+  /// a signal handler as well.
+  virtual void wake() = 0;
+
   /// From now on these events of the handle are to cause a pass; 0 for none, before it is closed.
   virtual void setInterest(Handle /*handle*/, short /*events*/) {}
   /// A pass is to take place at this time at the latest, even if only the host's own loop runs.

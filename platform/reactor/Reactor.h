@@ -56,6 +56,7 @@ class Reactor : public MessagePump {
 
   void DoEvents() override;
   void waitEvents() override;
+  void wake() override { mPoller->wake(); }
   bool inPass() const override { return mDepth > 0; }
 
  private:

@@ -24,7 +24,7 @@ constexpr wchar_t className[] = L"CronvelPump";
 /// Messages of the host that one pump call dispatches: one that always has another must not keep
 /// it.
 constexpr int messagesPerPump = 500;
-constexpr std::size_t mostEvents = MAXIMUM_WAIT_OBJECTS - 2;  // beside the timer and the messages
+constexpr std::size_t mostEvents = MAXIMUM_WAIT_OBJECTS - 3;  // beside wake, timer and messages
 /// After a pass that found something, the host's loop gets another: a socket that was not read to
 /// its end sends no new message.
 constexpr auto lookAgainAfter = std::chrono::milliseconds(10);
@@ -127,6 +127,7 @@ class Win32Poller : public Poller {
   }
   ~Win32Poller() override {
     mEvents.clear();
+    CloseHandle(mWake);
     DestroyWindow(mWindow);
   }
 
@@ -144,6 +145,8 @@ class Win32Poller : public Poller {
       }
     }
   }
+
+  void wake() override { SetEvent(mWake); }
 
   void poll(std::span<Item> items, Duration /*longestWait*/) override {
     std::size_t from = 0;
@@ -193,12 +196,13 @@ class Win32Poller : public Poller {
   static bool isQuit(const MSG& message) { return message.message == WM_QUIT; }
 
   void block(Duration longestWait) {
-    std::array<HANDLE, mostEvents + 1> handles{};
+    std::array<HANDLE, mostEvents + 2> handles{};
     DWORD count = 0;
     for (const auto& [handle, watch] : mEvents)
       if (count < mostEvents) handles[count++] = watch->event();
     mWaitLimit.start(longestWait);
     handles[count++] = mWaitLimit.handle();
+    handles[count++] = mWake;
     // The end of the host's program would end every wait for messages at once.
     if (mQuitting)
       WaitForMultipleObjects(count, handles.data(), FALSE, INFINITE);
@@ -273,6 +277,7 @@ class Win32Poller : public Poller {
   HWND mWindow;
   std::function<void()> mPass;
   WaitableTimer mWaitLimit;
+  HANDLE mWake = CreateEventW(nullptr, FALSE, FALSE, nullptr);  ///< reset by the wait that it ends
   std::map<Handle, std::unique_ptr<EventWatch>> mEvents;
   SocketSet mRead, mWrite, mFailed;
   bool mFoundSome = false;

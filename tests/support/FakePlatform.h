@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
@@ -71,8 +72,9 @@ class VirtualTime : public Clock, public MessagePump {
     runPass();
   }
   void waitEvents() override {
-    if (!runPass()) mNow += 1000;
+    if (!runPass() && !mWoken.exchange(false)) mNow += 1000;
   }
+  void wake() override { mWoken = true; }
 
   /// Seconds that have passed since the start, midnights not counted.
   double elapsed() const { return static_cast<double>(mNow) / 1e6; }
@@ -114,6 +116,7 @@ class VirtualTime : public Clock, public MessagePump {
   }
 
   Transcript& mTranscript;
+  std::atomic<bool> mWoken = false;
   std::int64_t mNow = 12LL * 3600 * 1000000;
   Plan mPlanned;
   Plan mArrivals;

@@ -22,6 +22,7 @@ class CQueueTest : public testing::Test, protected MessagePump {
     handler();
   }
   void waitEvents() override { ADD_FAILURE() << "the queue must not wait"; }
+  void wake() override {}
 
   int passes = 0;
   std::function<void()> handler = [] {};

@@ -43,6 +43,8 @@ ExitStatus statusOf(NoteKind kind) {
     case NoteKind::notConnected:
     case NoteKind::noCarrier:
       return ExitStatus::noAnswer;
+    case NoteKind::ended:
+      return ExitStatus::interrupted;
     case NoteKind::busy:
       return ExitStatus::busy;
   }

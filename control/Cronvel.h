@@ -36,8 +36,8 @@ namespace cronvel {
 /// local port that stands after the first "-" of the text ("listens").
 ///
 /// A command returns True only when the first byte of the terminal's reply is 24. It waits 5 s for
-/// a reply. A wait that runs across midnight goes on until a reply comes, because the seconds clock
-/// starts again at 0.
+/// a reply. A wait that runs across midnight goes on until a reply comes or the command is ended,
+/// because the seconds clock starts again at 0.
 ///
 /// Errors that any command can raise: those of opening and using the port (8002, 8005, 8010, 8015,
 /// 8018), those of the socket (40006, 40020, 10048, ...), 5 on the serial line or 6 on the network
@@ -70,6 +70,18 @@ class Cronvel : private Host,
   /// Loads the persisted properties. Raises 13 or 6 for a value of the wrong type.
   void ReadProperties(PropertyBag& bag);
   void WriteProperties(PropertyBag& bag) const;
+
+  // Ending. Both may be called from an event, from any thread and from a signal handler.
+
+  /// Ends the command that is under way, deep in a wait or not: a pause runs out, then nothing more
+  /// is sent, no message is shown, socket 0 closes, and the command returns what it returns without
+  /// a reply. A download closes its file, skips the check and returns 0. A command that is called
+  /// from an event meanwhile ends too; the next one begins afresh.
+  void endCommand() noexcept { ending.ask(); }
+  /// The same, and every later command ends as soon as it waits: the control is going.
+  void endForGood() noexcept { ending.askForGood(); }
+  /// Ends each wait after its limit even across midnight.
+  void endWaitsAtMidnight() { midnight = WaitLimit::Midnight::ignored; }
 
   // Properties that belong to no family. All of the persisted ones are rows of
   // `persistedProperties`. A set reports `PropertyChanged`.

@@ -17,6 +17,7 @@ enum class NoteKind {
   noAnswer,      ///< the terminal was silent
   notConnected,  ///< no terminal connected in
   noCarrier,     ///< the modem has no connection
+  ended,         ///< it was ended from outside
   busy,          ///< the telephone line is in another's hands
 };
 

@@ -39,8 +39,10 @@ void ModemDialup::TelNum(const std::u16string& New_TelNum) {
 }
 
 std::int16_t ModemDialup::Dial() {
+  const Ending::Command dialling(mLinks.ending);
   mLinks.state.DialupConnection = false;
   for (;;) {
+    if (mLinks.ended()) return noCarrier;
     mLinks.serial.stopTimeOut();
     closePort();
     if (!numberIsValid()) {
@@ -71,24 +73,32 @@ bool ModemDialup::lineIsBusy() {
   std::string answer;
   bool busy = false;
   mLinks.serial.startTimeOut(minutesToConnect);
-  while (!port().CDHolding() && !busy && !mLinks.serial.timedOut()) {
+  mLinks.waitUntil([&] {
+    if (port().CDHolding() || busy || mLinks.serial.timedOut()) return true;
     if (port().InBufferCount() >= 1) {
       const Bytes bytes = port().Input();
       answer.append(bytes.begin(), bytes.end());
       busy = answer.find("BUSY") != std::string::npos;
     }
-    mLinks.platform.messagePump().waitEvents();
-  }
+    return false;
+  });
   return busy;
 }
 
 bool ModemDialup::retryWanted() {
   mLinks.note(NoteKind::busy, "the line is busy");
-  return mLinks.platform.msgBox().show(u"خط مشغول است.آيا دوباره سعي شود؟", MsgBox::Buttons::yesNo,
+  return !mLinks.ended() &&
+         mLinks.platform.msgBox().show(u"خط مشغول است.آيا دوباره سعي شود؟", MsgBox::Buttons::yesNo,
                                        u"اشغال خط") == MsgBox::Answer::yes;
 }
 
 std::int16_t ModemDialup::callResult() {
+  if (mLinks.ended()) {
+    mLinks.serial.stopTimeOut();
+    closePort();  // what still rings must not be answered to nobody
+    mLinks.note(NoteKind::ended, "dialling was ended");
+    return noCarrier;
+  }
   if (mLinks.serial.timedOut()) {
     mLinks.serial.stopTimeOut();
     mLinks.note(NoteKind::noCarrier,
@@ -107,6 +117,7 @@ std::int16_t ModemDialup::callResult() {
 }
 
 bool ModemDialup::Hangup() {
+  const Ending::Command underWay(mLinks.ending);
   mLinks.state.DialupConnection = false;
   if (!port().PortOpen()) return false;
   // Just the three characters: it is the fall of data terminal ready that ends a call.
@@ -126,7 +137,7 @@ void ModemDialup::closePort() {
 }
 
 void ModemDialup::show(const std::u16string& prompt, const std::u16string& title) {
-  mLinks.platform.msgBox().show(prompt, MsgBox::Buttons::ok, title);
+  if (!mLinks.ended()) mLinks.platform.msgBox().show(prompt, MsgBox::Buttons::ok, title);
 }
 
 }  // namespace cronvel

@@ -20,10 +20,32 @@ NetworkLink::NetworkLink(Platform& platform, Host& host, SocketMembers& members)
   tmrWinSockCurrentState->Enabled(true);
 }
 
+void NetworkLink::forgetEarlierArrival() {
+  if (mSentBefore < mMembers.mSent) mDataArrived = false;
+}
+
 std::optional<Bytes> NetworkLink::takeArrival() {
   if (!mDataArrived) return std::nullopt;
   mDataArrived = false;
   return mReceivedData;
+}
+
+std::optional<Bytes> NetworkLink::Stream::take() {
+  if (mBlocks.empty()) return std::nullopt;
+  Bytes block = std::move(mBlocks.front());
+  mBlocks.pop_front();
+  return block;
+}
+
+/// A stream takes its own socket's bytes, and no others: they would be missing from both.
+void NetworkLink::keep(std::int16_t Index, const Bytes& bytes) {
+  if (mStream != nullptr && Index == 0) {
+    mStream->mBlocks.push_back(bytes);
+    return;
+  }
+  mReceivedData = bytes;
+  mDataArrived = true;
+  mSentBefore = mMembers.mSent;
 }
 
 void NetworkLink::ConnectionRequest(std::int16_t Index, std::int32_t requestID) {
@@ -32,10 +54,9 @@ void NetworkLink::ConnectionRequest(std::int16_t Index, std::int32_t requestID) 
 }
 
 void NetworkLink::DataArrival(std::int16_t Index, std::int32_t bytesTotal) {
-  if (mDirectRead) return;
+  if (mDirectReads > 0) return;
   Bytes bytes = sockets().at(Index).GetData();
-  mReceivedData = bytes;
-  mDataArrived = true;
+  keep(Index, bytes);
   pump();
   pump();
   std::u16string host;

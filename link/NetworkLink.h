@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "link/SocketMembers.h"
 
@@ -20,14 +22,45 @@ class NetworkLink : private SocketEvents {
   SocketMembers& members() { return mMembers; }
   SocketArray& sockets() { return *mMembers.sokWinSock; }
 
-  /// Forgets what arrived before, so that it is not taken for what comes now.
-  void forgetArrival() { mDataArrived = false; }
+  /// Sends a byte; not if `wanted` says no after the messages that are pumped first.
+  void send(std::int16_t Index, std::uint8_t byte, const std::function<bool()>& wanted) {
+    mMembers.send(Index, {byte}, wanted);
+  }
+
+  /// Forgets what arrived before the last byte was sent: it is no answer to that.
+  void forgetEarlierArrival();
   /// Takes the last block that arrived, if one did since the last call.
   std::optional<Bytes> takeArrival();
 
-  /// While True, arriving bytes stay in their socket: a command reads it itself, or is not ready
-  /// for the next block.
-  void directRead(bool on) { mDirectRead = on; }
+  /// While one of these lives, arriving bytes stay in their socket: a command reads it itself, or
+  /// is not ready for the next block.
+  class DirectRead {
+   public:
+    explicit DirectRead(NetworkLink& link) : mLink(link) { ++mLink.mDirectReads; }
+    ~DirectRead() { --mLink.mDirectReads; }
+    DirectRead(const DirectRead&) = delete;
+    DirectRead& operator=(const DirectRead&) = delete;
+
+   private:
+    NetworkLink& mLink;
+  };
+
+  /// While it lives, all that arrives on socket 0 waits here, in order, for the command that reads
+  /// it; the host sees it as events all the same.
+  class Stream {
+   public:
+    explicit Stream(NetworkLink& link) : mLink(link), mOuter(std::exchange(link.mStream, this)) {}
+    ~Stream() { mLink.mStream = mOuter; }
+    Stream(const Stream&) = delete;
+    Stream& operator=(const Stream&) = delete;
+    std::optional<Bytes> take();
+
+   private:
+    friend class NetworkLink;
+    NetworkLink& mLink;
+    Stream* mOuter;
+    std::deque<Bytes> mBlocks;
+  };
 
  private:
   void ConnectionRequest(std::int16_t Index, std::int32_t requestID) override;
@@ -42,6 +75,7 @@ class NetworkLink : private SocketEvents {
   void SendProgress(std::int16_t /*Index*/, std::int32_t /*bytesSent*/,
                     std::int32_t /*bytesRemaining*/) override {}
 
+  void keep(std::int16_t Index, const Bytes& bytes);
   void reportState();
   void pump() { mMembers.pump(); }
 
@@ -49,9 +83,11 @@ class NetworkLink : private SocketEvents {
   SocketMembers& mMembers;
   std::unique_ptr<Timer> tmrWinSockCurrentState;
   std::int16_t mLastSocketState;
-  bool mDirectRead = false;
+  int mDirectReads = 0;
+  Stream* mStream = nullptr;
   bool mDataArrived = false;
   Bytes mReceivedData;
+  std::int64_t mSentBefore = 0;  ///< bytes and blocks that had been sent when it arrived
 };
 
 }  // namespace cronvel

@@ -1,5 +1,8 @@
 #include "link/SerialLink.h"
 
+#include <limits>
+#include <utility>
+
 #include "runtime/Conversion.h"
 
 namespace cronvel {
@@ -51,8 +54,25 @@ void SerialLink::OnComm() {
   if (MSComm1->CommEvent() != comEvReceive) return;
   const std::int32_t count = MSComm1->InBufferCount();
   if (count <= 0) return;
-  Bytes bytes = MSComm1->Input();
-  mEvents.DataReceivedForMonitoring(bytes, toInteger(count));
+  keep(MSComm1->Input(), count);
+  while (!mUndelivered.empty()) {
+    Delivery next = std::move(mUndelivered.front());
+    mUndelivered.pop_front();
+    mEvents.DataReceivedForMonitoring(next.bytes, next.count);
+  }
+}
+
+/// In as many events as it takes: one counts no further than a 16-bit integer. A host that pumps in
+/// its event is told of the rest there, so that later bytes do not come before it.
+void SerialLink::keep(Bytes bytes, std::int32_t count) {
+  constexpr std::int16_t most = std::numeric_limits<std::int16_t>::max();
+  while (count > most) {
+    const auto end = bytes.begin() + most;
+    mUndelivered.push_back({Bytes(bytes.begin(), end), most});
+    bytes.erase(bytes.begin(), end);
+    count -= most;
+  }
+  mUndelivered.push_back({std::move(bytes), toInteger(count)});
 }
 
 void SerialLink::Timer2Tick() {

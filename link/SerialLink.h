@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 
 #include "host/Host.h"
@@ -27,7 +28,14 @@ class SerialLink {
   void stopTimeOut();
 
  private:
+  /// One event to be.
+  struct Delivery {
+    Bytes bytes;
+    std::int16_t count;
+  };
+
   void OnComm();
+  void keep(Bytes bytes, std::int32_t count);
   void Timer2Tick();
 
   ControlState& mState;
@@ -37,6 +45,7 @@ class SerialLink {
   std::int16_t mTimerTicks = 0;
   std::int16_t mTimerLimit = 0;
   bool mTimedOut = false;
+  std::deque<Delivery> mUndelivered;
 };
 
 }  // namespace cronvel

@@ -48,9 +48,7 @@ void SocketMembers::WinSockListen(std::int16_t Index) {
 }
 
 void SocketMembers::WinSockSendData(std::int16_t Index, const Bytes& TransmitedData) {
-  pump();
-  sokWinSock->at(Index).SendData(TransmitedData);
-  pump();
+  send(Index, TransmitedData, [] { return true; });
 }
 
 void SocketMembers::WinSockSendDataByte(std::int16_t Index, std::uint8_t TransmitedData) {
@@ -70,6 +68,15 @@ void SocketMembers::WinSockConnectToHost(std::int16_t Index, const std::u16strin
 void SocketMembers::WinSockClose(std::int16_t Index) {
   pump();
   sokWinSock->at(Index).Close();
+  pump();
+}
+
+void SocketMembers::send(std::int16_t Index, const Bytes& bytes,
+                         const std::function<bool()>& wanted) {
+  pump();
+  if (!wanted()) return;
+  sokWinSock->at(Index).SendData(bytes);
+  ++mSent;
   pump();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -60,10 +61,13 @@ class SocketMembers {
   friend class NetworkLink;
 
   Socket& closedSocket(std::int16_t Index);
+  /// Sends unless it turns out in the pump before that this is not wanted any more.
+  void send(std::int16_t Index, const Bytes& bytes, const std::function<bool()>& wanted);
   void pump() { mPump.DoEvents(); }
 
   Host& mHost;
   MessagePump& mPump;
+  std::int64_t mSent = 0;  ///< calls of `SendData` so far
   std::unique_ptr<SocketArray> sokWinSock;
   // The values that the two mode members give to a socket.
   std::int16_t mProtocol = sckTCPProtocol;

@@ -9,11 +9,17 @@ class MessagePump {
   virtual ~MessagePump() = default;
   /// One pass over what is pending now. Never waits.
   virtual void DoEvents() = 0;
-  /// For wait loops: as `DoEvents`, but when nothing is pending it first blocks until something
-  /// happens or a few milliseconds have gone by.
-  virtual void waitEvents() = 0;
-  /// Has a `waitEvents` that blocks return at once, or else the next one not block. From any thread
-  /// while the pump lives; on POSIX from a signal handler as well.
+  /// Blocks until something is pending or a few milliseconds have gone by. Runs no handler, so that
+  /// who waits for something sees it before the handlers do.
+  virtual void awaitEvents() = 0;
+  /// For loops that wait for what a handler does: a pass over what is pending, after blocking while
+  /// nothing is.
+  void waitEvents() {
+    awaitEvents();
+    DoEvents();
+  }
+  /// Has an `awaitEvents` that blocks return at once, or else the next one not block. From any
+  /// thread while the pump lives; on POSIX from a signal handler as well.
   virtual void wake() = 0;
   /// Whether one of the calls, or a handler in the host's own message loop, is under way further up
   /// this stack. What it works on must not be destroyed then.

@@ -18,8 +18,6 @@ constexpr int noPause = 0;
 constexpr int blockEdge = 0xAA;
 constexpr std::uint8_t noReply = 255;
 constexpr std::size_t longestNumber = 4;
-/// Above it the upper two digits fit no byte.
-constexpr std::int16_t highestCard = 15999;
 
 CommandForm cardForm(int code) { return {.code = code, .monitoring = alwaysRestored}; }
 
@@ -34,12 +32,10 @@ std::optional<std::int16_t> cardOf(const std::string& field) {
   const std::u16string_view number = trim(text);
   if (number.empty() || number.size() > longestNumber) return std::nullopt;
   try {
-    const std::int16_t card = toInteger(toNumber(number));
-    if (card >= 0 && card <= highestCard) return card;
+    return toInteger(toNumber(number));
   } catch (const RunTimeError&) {
-    // no number
+    return std::nullopt;
   }
-  return std::nullopt;
 }
 
 /// Sends the block of a card list and adds up its bytes.
@@ -49,11 +45,11 @@ class Block {
 
   void sendEdge() { mExchange.send(blockEdge); }
 
+  /// Both bytes or none: a list that is ended stops between two cards.
   void sendCard(std::int16_t card) {
-    for (const std::uint8_t byte : {bcdByte(card / 100), bcdByte(card % 100)}) {
-      mExchange.send(byte);
-      mSum += byte;
-    }
+    mExchange.sendWhole({packedBcd(card / 100), packedBcd(card % 100)});
+    mSum += bcdByte(card / 100);
+    mSum += bcdByte(card % 100);
   }
 
   void sendSum() {
@@ -71,6 +67,7 @@ void eachCard(DeviceLinks& links, const std::u16string& fileName,
   DelimitedInput input(toPath(fileName));
   std::string field;
   while (true) {
+    if (links.ended()) return;
     links.platform.messagePump().DoEvents();
     if (!input.next(field)) return;
     if (const auto card = cardOf(field)) use(*card);
@@ -108,7 +105,7 @@ std::uint8_t CardList::AddCardFile(const std::u16string& sRemoteHost,
                                    const std::u16string& mFileName) {
   CommandExchange exchange(mLinks, sRemoteHost, cardForm(43));
   return resultOf(exchange.run([&](CommandExchange& body) {
-    body.line().settings("9600,s,8,1");
+    body.settings("9600,s,8,1");
     std::int32_t count = 0;
     eachCard(mLinks, mFileName, [&](std::int16_t) { ++count; });
     mLinks.host.events.AddFileProgressInit(count);
@@ -117,13 +114,14 @@ std::uint8_t CardList::AddCardFile(const std::u16string& sRemoteHost,
     std::int32_t sent = 0;
     eachCard(mLinks, mFileName, [&](std::int16_t card) {
       mLinks.Sleep(50);
+      if (mLinks.ended()) return;
       block.sendCard(card);
       std::int32_t progress = ++sent;  // what the host writes into it is discarded
       mLinks.host.events.AddFileProgressInc(progress);
     });
     block.sendEdge();
     block.sendSum();
-    body.line().settings("600,s,8,1");
+    body.settings("600,s,8,1");
   }));
 }
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "protocol/ConvertModule.h"
+#include "runtime/Conversion.h"
 #include "runtime/PackedBcd.h"
 
 namespace cronvel {
@@ -15,6 +16,8 @@ constexpr int bodyStart = 2;
 constexpr std::uint8_t successReply = 24;
 
 constexpr char16_t noCarrierText[] = u"ارتباط برقرار نيست. ابتدا شماره گيري كنيد.";
+constexpr char endedText[] = "the command was ended";
+
 constexpr char16_t modemTitle[] = u"ارتباط مودم";
 
 std::string decimalAndHex(std::uint8_t byte) {
@@ -36,7 +39,7 @@ CommandExchange::CommandExchange(DeviceLinks& links, const std::u16string& sRemo
 
 CommandExchange::CommandExchange(DeviceLinks& links, std::unique_ptr<DeviceLine> line,
                                  const CommandForm& form)
-    : mLinks(links), mForm(form), mLine(std::move(line)) {}
+    : mLinks(links), mUnderWay(links.ending), mForm(form), mLine(std::move(line)) {}
 
 Outcome CommandExchange::run(const Payload& payload) {
   if (!carrierPresent()) return {Outcome::Kind::noCarrier, {}};
@@ -59,11 +62,14 @@ Outcome CommandExchange::converse(const Payload& payload) {
 bool CommandExchange::carrierPresent() {
   const bool carrier = mLinks.serial.port().CDHolding();
   if (!mLinks.state.DialupConnection || carrier) return true;
+  if (mLinks.ended()) return false;
   mLinks.note(NoteKind::noCarrier,
               "no modem carrier: dial first, or set DialupConnection to False");
   mLinks.platform.msgBox().show(noCarrierText, MsgBox::Buttons::ok, modemTitle);
   return false;
 }
+
+bool CommandExchange::connect() { return !mLinks.ended() && mLine->connect(mForm.network); }
 
 void CommandExchange::holdMonitoring() {
   if (monitoringEnd() == MonitoringEnd::off || monitoringEnd() == MonitoringEnd::untouched) return;
@@ -72,8 +78,11 @@ void CommandExchange::holdMonitoring() {
 }
 
 bool CommandExchange::prepareLink() {
-  if (!mLine->prepare(mForm.network)) {
-    mLinks.note(NoteKind::notConnected, "no terminal connected in within 10 s");
+  if (mLinks.ended() || !mLine->prepare(mForm.network)) {
+    if (mLinks.ended())
+      mLinks.note(NoteKind::ended, endedText);
+    else
+      mLinks.note(NoteKind::notConnected, "no terminal connected in within 10 s");
     release(false);
     return false;
   }
@@ -83,14 +92,27 @@ bool CommandExchange::prepareLink() {
 
 void CommandExchange::sendRequest() {
   send(packedBcd(mLinks.state.DeviceNum));
-  mLine->settings(mForm.bodySettings);
+  settings(mForm.bodySettings);
   send(bodyStart);
   send(mForm.code);
 }
 
+void CommandExchange::settings(std::string_view settings) {
+  if (!mLinks.ended()) mLine->settings(settings);
+}
+
 void CommandExchange::send(int value, int pause) {
-  mLine->send(value);
-  if (pause > 0) mLinks.Sleep(pause);
+  if (mLinks.ended()) return;
+  mLine->send(value, [this] { return !mLinks.ended(); });
+  if (pause > 0 && !mLinks.ended()) mLinks.Sleep(pause);
+}
+
+void CommandExchange::sendWhole(std::initializer_list<int> values) {
+  bool begun = false;
+  for (const int value : values) {
+    mLine->send(toByte(value), [&] { return begun = begun || !mLinks.ended(); });
+    if (begun) mLinks.Sleep(50);
+  }
 }
 
 void CommandExchange::sendText(std::u16string_view text, std::size_t length) {
@@ -103,7 +125,7 @@ bool CommandExchange::sendSwitch(bool on) {
   if (!prepareLink()) return false;
   sendRequest();
   send(on ? 'T' : 'F', 0);
-  return true;
+  return !mLinks.ended();
 }
 
 std::optional<Bytes> CommandExchange::awaitReply() {
@@ -117,7 +139,9 @@ std::optional<Bytes> CommandExchange::awaitReply() {
 
 void CommandExchange::noteReply(const std::optional<Bytes>& reply, double wait) const {
   const std::string terminal = "terminal " + std::to_string(mLinks.state.DeviceNum);
-  if (!reply || reply->empty()) {
+  if (!reply && mLinks.ended()) {
+    mLinks.note(NoteKind::ended, endedText);
+  } else if (!reply || reply->empty()) {
     mLinks.note(NoteKind::noAnswer, "no reply within " + std::to_string(std::lround(wait)) +
                                         " s: nothing came from " + terminal);
   } else if (reply->front() == successReply) {

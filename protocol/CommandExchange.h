@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -74,7 +75,7 @@ class CommandExchange {
   /// network too.
   bool carrierPresent();
   /// What connects before the hold; False when no terminal will connect in.
-  bool connect() { return mLine->connect(mForm.network); }
+  bool connect();
   /// Keeps the monitoring path from taking the reply.
   void holdMonitoring();
   /// False when no terminal connected in; the exchange is released then.
@@ -84,13 +85,20 @@ class CommandExchange {
   /// Sends a byte and pauses: the terminals need 50 ms for each.
   void send(int value) { send(value, 50); }
   void send(int value, int pause);
+  /// The same for bytes that belong together: an ending comes before or behind them. What fits no
+  /// byte raises 6 when its turn comes.
+  void sendWhole(std::initializer_list<int> values);
+  /// The line settings for what follows.
+  void settings(std::string_view settings);
   /// Sends a text in display codes, cut or filled up with blanks to that many bytes.
   void sendText(std::u16string_view text, std::size_t length);
   /// All of a switch command, which waits for no reply: link preparation, the request and "T" or
   /// "F". False when no terminal connected in.
   bool sendSwitch(bool on);
   /// What came during the body is an echo or noise.
-  void endBody() { mLine->discardInput(); }
+  void endBody() {
+    if (!mLinks.ended()) mLine->discardInput();
+  }
   std::optional<Bytes> awaitReply();
   /// Ends the hold and closes the connection.
   void release(bool replied);
@@ -103,6 +111,7 @@ class CommandExchange {
   void noteReply(const std::optional<Bytes>& reply, double wait) const;
 
   DeviceLinks& mLinks;
+  Ending::Command mUnderWay;
   CommandForm mForm;
   std::unique_ptr<DeviceLine> mLine;
   bool mSavedMonitoring = false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -47,8 +48,9 @@ class DeviceLine {
   virtual void discardInput() = 0;
   /// The line settings for what follows. The modem and the network have none.
   virtual void settings(std::string_view settings) = 0;
-  /// Sends one byte. A value that fits no byte raises 5 on the serial line and 6 on the network.
-  virtual void send(int value) = 0;
+  /// Sends one byte, unless `wanted` says no after what had to run before. A value that fits no
+  /// byte raises 5 on the serial line and 6 on the network.
+  virtual void send(int value, const std::function<bool()>& wanted) = 0;
   /// From now on what arrives is the reply.
   virtual void expectReply() = 0;
   /// Everything that has arrived, if anything has.

@@ -9,11 +9,6 @@ namespace {
 
 constexpr std::size_t blockSize = 101;
 
-NoteKind kindOf(std::size_t count) {
-  if (count == 0) return NoteKind::noAnswer;
-  return count < blockSize ? NoteKind::incomplete : NoteKind::accepted;
-}
-
 Bytes gather(DeviceLinks& links, BlockStream& stream) {
   Bytes properties(blockSize, 0);
   std::size_t count = 0;
@@ -26,7 +21,8 @@ Bytes gather(DeviceLinks& links, BlockStream& stream) {
       properties[count++] = byte;
     }
   }
-  links.note(kindOf(count), std::to_string(count) + " bytes of properties came");
+  links.note(count == 0 ? NoteKind::noAnswer : NoteKind::accepted,
+             std::to_string(count) + " bytes of properties came");
   return properties;
 }
 
@@ -43,7 +39,7 @@ Variant DeviceProperties::GetDeviceProperties(const std::u16string& sRemoteHost)
   exchange.holdMonitoring();
   if (!exchange.prepareLink()) return {};
   exchange.sendRequest();
-  exchange.line().settings("600,s,8,1");
+  exchange.settings("600,s,8,1");
   exchange.endBody();
   Bytes properties = gather(mLinks, *exchange.line().stream(StreamReading::direct));
   exchange.release(true);

@@ -27,22 +27,23 @@ void ignoringErrors(Statement&& statement) {
 bool Monitoring::begin(bool New_MonitoringON) {
   if (!CommandExchange(mLinks, {}).carrierPresent()) return false;
   mLinks.host.setInRunMode(mLinks.state.MonitoringON, New_MonitoringON, "MonitoringON");
-  mLinks.network.directRead(false);  // a terminal's events have to arrive
   return true;
 }
 
 void Monitoring::MonitoringON(bool New_MonitoringON) { SetMonitoringOnOff({}, New_MonitoringON); }
 
 bool Monitoring::SetMonitoringOnOff(const std::u16string& sRemoteHost, bool New_MonitoringON) {
+  const Ending::Command underWay(mLinks.ending);
   if (!begin(New_MonitoringON)) return false;
   CommandExchange exchange(mLinks, sRemoteHost, switchForm(NetworkVariant::await));
   if (!exchange.connect()) return false;
-  exchange.sendSwitch(New_MonitoringON);
+  const bool sent = exchange.sendSwitch(New_MonitoringON);
   if (!New_MonitoringON) exchange.line().close();
-  return true;
+  return sent;
 }
 
 bool Monitoring::SetMonitoringOnGroup(const std::u16string& sRemoteHost, bool New_MonitoringON) {
+  const Ending::Command underWay(mLinks.ending);
   if (sRemoteHost.empty() || !begin(New_MonitoringON)) return false;
   SocketArray& sockets = mLinks.network.sockets();
   const std::int16_t index = toInteger(sockets.upperBound() + 1);
@@ -60,10 +61,12 @@ bool Monitoring::SetMonitoringOnGroup(const std::u16string& sRemoteHost, bool Ne
 }
 
 bool Monitoring::SetMonitoringOffGroup(const std::u16string& sRemoteHost, bool New_MonitoringON) {
+  const Ending::Command underWay(mLinks.ending);
   if (sRemoteHost.empty() || !begin(New_MonitoringON)) return false;
   SocketArray& sockets = mLinks.network.sockets();
   const int last = sockets.upperBound();
   for (int i = 1; i <= last; ++i) {
+    if (mLinks.ended()) return false;
     const auto index = static_cast<std::int16_t>(i);
     if (sockets.exists(index) && sockets.at(index).State() == sckConnected)
       switchMember(index, New_MonitoringON);
@@ -75,11 +78,11 @@ bool Monitoring::SetMonitoringOffGroup(const std::u16string& sRemoteHost, bool N
 void Monitoring::switchMember(std::int16_t index, bool on) {
   CommandExchange exchange(mLinks, DeviceLine::onSocket(mLinks, index, {}),
                            switchForm(NetworkVariant::connect));
-  exchange.sendSwitch(on);
+  if (!exchange.sendSwitch(on)) return;
   exchange.awaitReply();  // whatever it says, the connection ends
   exchange.line().close();
   SocketArray& sockets = mLinks.network.sockets();
-  while (sockets.at(index).State() > sckClosed) mLinks.platform.messagePump().waitEvents();
+  mLinks.waitUntil([&] { return sockets.at(index).State() <= sckClosed; });
   sockets.unload(index);
 }
 

@@ -10,10 +10,7 @@ constexpr double connectLimit = 10;
 /// Reads socket 0 itself as long as this lives; its data is no event meanwhile.
 class SocketBlocks : public BlockStream {
  public:
-  explicit SocketBlocks(NetworkLink& network) : mNetwork(network) { mNetwork.directRead(true); }
-  ~SocketBlocks() override { mNetwork.directRead(false); }
-  SocketBlocks(const SocketBlocks&) = delete;
-  SocketBlocks& operator=(const SocketBlocks&) = delete;
+  explicit SocketBlocks(NetworkLink& network) : mNetwork(network), mDirectRead(network) {}
 
   std::optional<Bytes> take() override {
     Socket& socket = mNetwork.sockets().at(0);
@@ -23,27 +20,28 @@ class SocketBlocks : public BlockStream {
 
  private:
   NetworkLink& mNetwork;
+  NetworkLink::DirectRead mDirectRead;
 };
 
 /// What socket 0's data-arrival handler hands over, so that the host sees it as an event too.
 class ArrivedBlocks : public BlockStream {
  public:
-  explicit ArrivedBlocks(NetworkLink& network) : mNetwork(network) { mNetwork.forgetArrival(); }
-  ~ArrivedBlocks() override { mNetwork.directRead(false); }
-  ArrivedBlocks(const ArrivedBlocks&) = delete;
-  ArrivedBlocks& operator=(const ArrivedBlocks&) = delete;
-
-  std::optional<Bytes> take() override { return mNetwork.takeArrival(); }
-  void busy(bool on) override { mNetwork.directRead(on); }
+  explicit ArrivedBlocks(NetworkLink& network) : mNetwork(network), mStream(network) {}
+  std::optional<Bytes> take() override { return mStream.take(); }
+  void busy(bool on) override {
+    mDirectRead.reset();
+    if (on) mDirectRead.emplace(mNetwork);
+  }
 
  private:
   NetworkLink& mNetwork;
+  NetworkLink::Stream mStream;
+  std::optional<NetworkLink::DirectRead> mDirectRead;
 };
 
 }  // namespace
 
 bool NetworkDeviceLine::connect(NetworkVariant variant) {
-  mNetwork.directRead(false);  // an earlier command that an error ended may have left it on
   if (variant == NetworkVariant::await) return awaitTerminal();
   if (variant == NetworkVariant::connect)
     mNetwork.members().WinSockConnectToHost(mIndex, mRemoteHost);
@@ -52,8 +50,7 @@ bool NetworkDeviceLine::connect(NetworkVariant variant) {
 
 bool NetworkDeviceLine::awaitTerminal() {
   mNetwork.members().WinSockListen(mIndex);
-  while (state() == sckConnecting || state() == sckListening)
-    mLinks.platform.messagePump().waitEvents();
+  mLinks.waitUntil([this] { return state() != sckConnecting && state() != sckListening; });
   if (state() == sckConnected) return true;
   mLinks.note(NoteKind::notConnected, "no terminal connected in");
   close();
@@ -68,8 +65,8 @@ bool NetworkDeviceLine::prepare(NetworkVariant variant) {
   return state() == sckConnected;
 }
 
-void NetworkDeviceLine::send(int value) {
-  mNetwork.members().WinSockSendDataByte(mIndex, toByte(value));
+void NetworkDeviceLine::send(int value, const std::function<bool()>& wanted) {
+  mNetwork.send(mIndex, toByte(value), wanted);
 }
 
 std::unique_ptr<BlockStream> NetworkDeviceLine::stream(StreamReading reading) {

@@ -15,8 +15,8 @@ class NetworkDeviceLine : public DeviceLine {
   void discardOutput() override {}
   void discardInput() override {}
   void settings(std::string_view /*settings*/) override {}
-  void send(int value) override;
-  void expectReply() override { mNetwork.forgetArrival(); }
+  void send(int value, const std::function<bool()>& wanted) override;
+  void expectReply() override { mNetwork.forgetEarlierArrival(); }
   std::optional<Bytes> takeReply() override { return mNetwork.takeArrival(); }
   std::unique_ptr<BlockStream> stream(StreamReading reading) override;
   void close() override { mNetwork.members().WinSockClose(mIndex); }

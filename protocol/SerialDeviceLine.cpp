@@ -24,10 +24,11 @@ bool ModemDeviceLine::prepare(NetworkVariant /*variant*/) {
   return true;
 }
 
-void ModemDeviceLine::send(int value) {
+void ModemDeviceLine::send(int value, const std::function<bool()>& wanted) {
   if (value < 0 || value > 0xFF)
     throw RunTimeError(ErrorNumber::invalidProcedureCall,
                        std::to_string(value) + " is no character code from 0 to 255");
+  if (!wanted()) return;
   const std::array byte{static_cast<std::uint8_t>(value)};
   mPort.Output(byte);
 }

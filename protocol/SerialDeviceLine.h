@@ -14,7 +14,7 @@ class ModemDeviceLine : public DeviceLine {
   void discardOutput() override { mPort.OutBufferCount(0); }
   void discardInput() override { mPort.InBufferCount(0); }
   void settings(std::string_view /*settings*/) override {}
-  void send(int value) override;
+  void send(int value, const std::function<bool()>& wanted) override;
   void expectReply() override {}
   std::optional<Bytes> takeReply() override;
   std::unique_ptr<BlockStream> stream(StreamReading reading) override;

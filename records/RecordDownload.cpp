@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/FileLock.h"
 #include "protocol/BlockStream.h"
 #include "protocol/CommandExchange.h"
 #include "records/StreamSpeeds.h"
@@ -49,16 +50,18 @@ class Download {
                    .discardOutput = true,
                    .monitoring = alwaysRestored}) {}
 
-  /// What the check said; nothing when nothing was asked for want of a carrier or a connection.
+  /// What the check said, or that there was none because the download was ended; nothing when
+  /// nothing was asked for want of a carrier or a connection.
   std::optional<std::int16_t> run(RecordCheck& check) {
     if (!mExchange.carrierPresent() || !mExchange.connect()) return std::nullopt;
     mExchange.holdMonitoring();
     const std::u16string checkName = openFile();
     mExchange.prepareLink();
     const std::unique_ptr<BlockStream> source = sendRequest();
-    line().settings(toUtf8(mRequest.speed) + ",s,8,1");
+    mExchange.settings(toUtf8(mRequest.speed) + ",s,8,1");
     receive(*source);
-    const std::int16_t result = check.CheckIntegrity(checkName, mRequest.DoCheck);
+    const std::int16_t result =
+        mLinks.ended() ? checkPassed : check.CheckIntegrity(checkName, mRequest.DoCheck);
     mExchange.release(true);
     return result;
   }
@@ -68,7 +71,11 @@ class Download {
   /// that the check reads.
   std::u16string openFile() {
     const std::u16string checkName = withExtension(mRawFile, u".Hex");
-    removeFile(toPath(checkName));
+    {
+      const FileLock earlier(toPath(mRawFile));
+      removeFile(toPath(checkName));
+    }
+    mLock.emplace(toPath(mRawFile));
     mFile.emplace(toPath(mRawFile), File::Access::update);
     return checkName;
   }
@@ -94,6 +101,7 @@ class Download {
       total += block->size();
     }
     mFile->close();
+    mLock.reset();
     noteEnd(total);
   }
 
@@ -101,11 +109,15 @@ class Download {
   /// for every byte.
   void write(const Bytes& block) {
     mFile->write(block);
-    for (std::size_t i = 0; i < block.size(); ++i) mLinks.platform.messagePump().DoEvents();
+    for (std::size_t i = 0; i < block.size() && !mLinks.ended(); ++i)
+      mLinks.platform.messagePump().DoEvents();
   }
 
   void noteEnd(std::size_t total) {
-    if (total == 0)
+    if (mLinks.ended())
+      mLinks.note(NoteKind::ended,
+                  "the download was ended after " + std::to_string(total) + " bytes");
+    else if (total == 0)
       mLinks.note(NoteKind::noAnswer, "nothing came within 5 s after the request");
     else
       mLinks.note(NoteKind::progress,
@@ -118,6 +130,7 @@ class Download {
   const std::u16string& mRawFile;
   const Request& mRequest;
   CommandExchange mExchange;
+  std::optional<FileLock> mLock;
   std::optional<File> mFile;
 };
 

@@ -42,7 +42,10 @@ bool isDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 /// Reads a number from the front of a text; what is left tells the caller whether that was all.
 class NumberReader {
  public:
-  NumberReader(std::u16string_view text, bool passBlanks) : mText(text), mPassBlanks(passBlanks) {}
+  /// The leading part that can be read, or all of it: then there are no blanks inside and no octal
+  /// numbers.
+  enum class Part { leading, all };
+  NumberReader(std::u16string_view text, Part part) : mText(text), mPart(part) {}
 
   /// Nothing where no number begins.
   std::optional<double> read() {
@@ -61,7 +64,7 @@ class NumberReader {
 
  private:
   char16_t peek() {
-    while (mPassBlanks && mPos < mText.size() && mText[mPos] == u' ') ++mPos;
+    while (mPart == Part::leading && mPos < mText.size() && mText[mPos] == u' ') ++mPos;
     return mPos < mText.size() ? mText[mPos] : u'\0';
   }
 
@@ -104,14 +107,13 @@ class NumberReader {
       return std::nullopt;
     }
     const char16_t letter = take();
-    const int radix = letter == u'h' || letter == u'H'   ? 16
-                      : letter == u'o' || letter == u'O' ? 8
-                                                         : 0;
-    if (radix == 0) {
-      mPos = before;
-      return std::nullopt;
-    }
-    return readRadixDigits(radix);
+    const bool octal = letter == u'o' || letter == u'O';
+    const int radix = letter == u'h' || letter == u'H' ? 16 : octal ? 8 : 0;
+    const std::size_t digits = mPos;
+    const double value = readRadixDigits(radix);
+    if (mPart == Part::leading ? radix != 0 : radix == 16 && mPos > digits) return value;
+    mPos = before;
+    return std::nullopt;
   }
 
   double readRadixDigits(int radix) {
@@ -143,7 +145,7 @@ class NumberReader {
   }
 
   std::u16string_view mText;
-  bool mPassBlanks;
+  Part mPart;
   std::size_t mPos = 0;
 };
 
@@ -240,14 +242,14 @@ std::int32_t toLong(double value) { return rounded<std::int32_t>(value); }
 std::int32_t toLong(std::u16string_view text) { return toLong(toNumber(text)); }
 
 double toNumber(std::u16string_view text) {
-  NumberReader reader(trim(text), false);
+  NumberReader reader(trim(text), NumberReader::Part::all);
   const auto number = reader.read();
   if (!number || !reader.atEnd()) throw mismatch(text, "a number");
   return *number;
 }
 
 double numericValue(std::u16string_view text) {
-  return NumberReader(text, true).read().value_or(0.0);
+  return NumberReader(text, NumberReader::Part::leading).read().value_or(0.0);
 }
 
 std::int32_t secondsOfDay(const Variant& value) {

@@ -10,8 +10,7 @@ namespace cronvel {
 
 // Conversions with the rules of the host's runtime. To an integer type they round half to even and
 // raise 6 (overflow) out of range. From text they accept blanks around it, a sign, a fraction, an
-// exponent (E or D), and hexadecimal or octal after "&H" or "&O"; other text raises 13 (type
-// mismatch).
+// exponent (E or D), and hexadecimal after "&H"; other text raises 13 (type mismatch).
 
 std::uint8_t toByte(double value);
 std::int16_t toInteger(double value);
@@ -21,8 +20,9 @@ std::int32_t toLong(std::u16string_view text);
 /// The number that the whole text stands for, or 13.
 double toNumber(std::u16string_view text);
 
-/// The numeric value of the leading part of a text. Never fails: blanks anywhere are passed over,
-/// it stops at the first character that cannot belong, and is 0 when there is nothing.
+/// The numeric value of the leading part of a text, hexadecimal or octal after "&H" or "&O". Never
+/// fails: blanks anywhere are passed over, it stops at the first character that cannot belong, and
+/// is 0 when there is nothing.
 double numericValue(std::u16string_view text);
 
 /// A time of day, in seconds since midnight, of a time, a number or a text such as 23:59:07, 7:05

@@ -19,6 +19,13 @@ class PosixClock : public Clock {
     return seconds + static_cast<double>(now.tv_nsec) / nanosecondsPerSecond;
   }
 
+  double steadySeconds() override {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<double>(now.tv_sec) +
+           static_cast<double>(now.tv_nsec) / nanosecondsPerSecond;
+  }
+
   void sleep(std::int32_t milliseconds) override {
     if (milliseconds <= 0) return;
     timespec end{};

@@ -27,9 +27,11 @@ class Poller {
   };
 
   virtual ~Poller() = default;
-  /// For a host that has messages: dispatches them, after waiting for something to do.
-  virtual void pumpHost(Duration /*longestWait*/) {}
-  /// Looks what is ready. Waits only where `pumpHost` does not.
+  /// For a host that has messages: dispatches them.
+  virtual void pumpHost() {}
+  /// For a host that has messages: waits for one, or for something to be ready.
+  virtual void awaitHost(Duration /*longestWait*/) {}
+  /// Looks what is ready. Waits only where `awaitHost` does not.
   virtual void poll(std::span<Item> items, Duration longestWait) = 0;
 
   /// Ends a wait under way, or else keeps the next one from waiting. From any thread; on POSIX from

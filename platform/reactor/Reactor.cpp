@@ -68,7 +68,7 @@ void Reactor::Watch::callEachPass(bool on) {
 }
 
 Reactor::Reactor(std::unique_ptr<Poller> poller) : mPoller(std::move(poller)) {
-  mPoller->setPass([this] { pass(Poller::Duration::zero()); });
+  mPoller->setPass([this] { pass(); });
 }
 
 Reactor::~Reactor() = default;
@@ -86,19 +86,18 @@ void Reactor::remove(const std::shared_ptr<Source>& source) {
 
 void Reactor::DoEvents() {
   const Depth depth(*this);
-  mPoller->pumpHost(Poller::Duration::zero());
-  pass(Poller::Duration::zero());
+  mPoller->pumpHost();
+  pass();
 }
 
-void Reactor::waitEvents() {
-  const Depth depth(*this);
-  mPoller->pumpHost(blockFor(longestBlock));
-  pass(longestBlock);
+void Reactor::awaitEvents() {
+  mPoller->awaitHost(blockFor(longestBlock));
+  pollSources(blockFor(longestBlock));
 }
 
-void Reactor::pass(Poller::Duration longestWait) {
+void Reactor::pass() {
   const Depth depth(*this);
-  pollSources(blockFor(longestWait));
+  pollSources(Poller::Duration::zero());
   const struct AtEnd {
     Reactor& reactor;
     ~AtEnd() { reactor.endPass(); }

@@ -38,7 +38,7 @@ class Reactor : public MessagePump {
     void callAt(TimePoint time);
     void callSoon() { callAt(TimePoint::min()); }
     void cancelCall() { callAt(TimePoint::max()); }
-    /// Calls the handler in each pass. Unlike a call that is due, this does not keep `waitEvents`
+    /// Calls the handler in each pass. Unlike a call that is due, this does not keep `awaitEvents`
     /// from blocking its few milliseconds first.
     void callEachPass(bool on);
 
@@ -55,7 +55,7 @@ class Reactor : public MessagePump {
   [[nodiscard]] Watch watch(Handler handler);
 
   void DoEvents() override;
-  void waitEvents() override;
+  void awaitEvents() override;
   void wake() override { mPoller->wake(); }
   bool inPass() const override { return mDepth > 0; }
 
@@ -73,7 +73,7 @@ class Reactor : public MessagePump {
     Reactor& mReactor;
   };
 
-  void pass(Poller::Duration longestWait);
+  void pass();
   void endPass();
   Poller::Duration blockFor(Poller::Duration longestWait) const;
   void pollSources(Poller::Duration wait);

@@ -1,3 +1,5 @@
+#include <chrono>
+
 #include "platform/system/Machine.h"
 #include "platform/win32/Module.h"
 #include "platform/win32/WaitableTimer.h"
@@ -25,6 +27,11 @@ class Win32Clock : public Clock {
     FileTimeToLocalFileTime(&now, &local);
     const std::uint64_t ticks = (std::uint64_t{local.dwHighDateTime} << 32) | local.dwLowDateTime;
     return static_cast<double>(ticks % ticksPerDay) / static_cast<double>(ticksPerSecond);
+  }
+
+  double steadySeconds() override {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
   }
 
   void sleep(std::int32_t milliseconds) override {

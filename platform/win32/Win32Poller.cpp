@@ -131,8 +131,11 @@ class Win32Poller : public Poller {
     DestroyWindow(mWindow);
   }
 
-  void pumpHost(Duration longestWait) override {
+  void awaitHost(Duration longestWait) override {
     if (longestWait > Duration::zero() && !mFoundSome) block(longestWait);
+  }
+
+  void pumpHost() override {
     mQuitting = false;
     MSG message{};
     for (int i = 0; i < messagesPerPump && !mQuitting; ++i) {

@@ -59,8 +59,9 @@ class VirtualTime : public Clock, public MessagePump {
 
   double Timer() override {
     mNow += stepPerRead;
-    return static_cast<double>(mNow % 86'400'000'000) / 1e6;
+    return static_cast<double>((mNow + clockStep) % 86'400'000'000) / 1e6;
   }
+  double steadySeconds() override { return static_cast<double>(mNow) / 1e6; }
   void sleep(std::int32_t milliseconds) override {
     mTranscript.add("sleep " + std::to_string(milliseconds));
     mNow += milliseconds * 1000LL;
@@ -71,8 +72,9 @@ class VirtualTime : public Clock, public MessagePump {
     if (recordPasses) mTranscript.add("pump");
     runPass();
   }
-  void waitEvents() override {
-    if (!runPass() && !mWoken.exchange(false)) mNow += 1000;
+  void awaitEvents() override {
+    if (!mWoken.exchange(false) && !due(mPlanned) && !due(mArrivals)) mNow += 1000;
+    runDue(mArrivals);
   }
   void wake() override { mWoken = true; }
 
@@ -86,6 +88,11 @@ class VirtualTime : public Clock, public MessagePump {
   void arriveAfter(double seconds, std::function<void()> arrival) {
     mArrivals.emplace(in(seconds), std::move(arrival));
   }
+  /// What was planned and has not come never comes.
+  void forgetPlans() {
+    mPlanned.clear();
+    mArrivals.clear();
+  }
   /// Pumps for that long.
   void run(double seconds) {
     for (const double end = elapsed() + seconds; elapsed() < end;) waitEvents();
@@ -94,6 +101,7 @@ class VirtualTime : public Clock, public MessagePump {
   void eachPass(std::function<void()> action) { mEachPass.push_back(std::move(action)); }
 
   std::int64_t stepPerRead = 0;  ///< microseconds that a look at the clock takes
+  std::int64_t clockStep = 0;    ///< microseconds by which somebody has set the clock
   double slept = 0;              ///< seconds of `elapsed`
   bool recordPasses = false;     ///< write "pump" for every `DoEvents`
 
@@ -103,16 +111,14 @@ class VirtualTime : public Clock, public MessagePump {
   std::int64_t in(double seconds) const {
     return mNow + static_cast<std::int64_t>(seconds * 1e6 + 0.5);
   }
-  bool runDue(Plan& plan) {
-    bool ran = false;
-    for (; !plan.empty() && plan.begin()->first <= mNow; ran = true)
-      plan.extract(plan.begin()).mapped()();
-    return ran;
+  bool due(const Plan& plan) const { return !plan.empty() && plan.begin()->first <= mNow; }
+  void runDue(Plan& plan) {
+    while (due(plan)) plan.extract(plan.begin()).mapped()();
   }
-  bool runPass() {
-    const bool arrived = runDue(mArrivals);
+  void runPass() {
+    runDue(mArrivals);
     for (std::size_t i = 0; i < mEachPass.size(); ++i) mEachPass[i]();
-    return runDue(mPlanned) || arrived;
+    runDue(mPlanned);
   }
 
   Transcript& mTranscript;
@@ -287,7 +293,7 @@ class FakeSocketArray : public SocketArray {
 
   /// A peer connects in to the listening element; nothing if it does not listen.
   void connectIn(std::int16_t index) {
-    if (at(index).state == sckListening) events->ConnectionRequest(index, 7);
+    if (exists(index) && at(index).state == sckListening) events->ConnectionRequest(index, 7);
   }
   void feed(std::int16_t index, const Bytes& bytes) {
     at(index).received = at(index).received + bytes;

@@ -28,6 +28,7 @@ class HastyPlatform : public TracingPlatform, private Clock, private MsgBox {
 
  private:
   double Timer() override { return mStart + (mClock.Timer() - mStart) * 2; }
+  double steadySeconds() override { return mClock.steadySeconds() * 2; }
   void sleep(std::int32_t milliseconds) override { mClock.sleep(keepsPauses ? milliseconds : 1); }
   Answer show(const std::u16string&, Buttons, const std::u16string&) override { return Answer::ok; }
 

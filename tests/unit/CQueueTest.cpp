@@ -21,7 +21,7 @@ class CQueueTest : public testing::Test, protected MessagePump {
     ++passes;
     handler();
   }
-  void waitEvents() override { ADD_FAILURE() << "the queue must not wait"; }
+  void awaitEvents() override { ADD_FAILURE() << "the queue must not wait"; }
   void wake() override {}
 
   int passes = 0;

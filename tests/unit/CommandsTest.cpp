@@ -70,6 +70,7 @@ class CommandsTest : public ControlTest {
     std::string transcript;
     double wait;  ///< seconds beyond the pauses
     bool monitoring;
+    double end;
   };
 
   /// Runs it with a reply so many seconds after the last pause.
@@ -84,7 +85,8 @@ class CommandsTest : public ControlTest {
     transcript().take();
     const double start = platform.time.elapsed() - platform.time.slept;
     Run run{command.call.run(*control, host), transcript().take(),
-            platform.time.elapsed() - platform.time.slept - start, control->MonitoringON()};
+            platform.time.elapsed() - platform.time.slept - start, control->MonitoringON(),
+            platform.time.elapsed()};
     control->MonitoringON(false);
     platform.time.run(1);  // what comes late is not the next command's
     if (platform.port->PortOpen()) platform.port->PortOpen(false);
@@ -141,6 +143,7 @@ class CommandsTest : public ControlTest {
   }
 
   const TestFolder folder;
+  std::map<std::string, int> endings;
 
  private:
   std::filesystem::path mBefore;
@@ -198,6 +201,44 @@ TEST_F(CommandsTest, WhereNobodyConnectsInNothingIsSent) {
     EXPECT_FALSE(platform.sockets->exists(1));
   }
   EXPECT_EQ(folder.read("all.Hex"), "old");
+}
+
+/// Told to end in a pause, in the wait for a connection or in the one for a reply, from a handler
+/// or by another thread: what is seen on the line afterwards.
+TEST_F(CommandsTest, EndedAnywhereTheySendNothingMoreAndReturnAtOnce) {
+  for (const Command& command : commands())
+    for (const auto& host : {serialHost, networkHost})
+      for (const double when : {0.12, 3.0, 9.95}) {
+        if (host.empty() ? !command.serial() : command.network == Network::none) continue;
+        for (const bool inHandler : {false, true}) {
+          SCOPED_TRACE(command.call.name() + toUtf8(host) + " after " + std::to_string(when));
+          if (!host.empty()) connectInAfter(9.9, indexOf(command));
+          double asked = 0;
+          const auto ask = [&] {
+            transcript().add("END");
+            asked = platform.time.elapsed();
+            control->endCommand();
+          };
+          inHandler ? platform.time.after(when, ask) : platform.time.arriveAfter(when, ask);
+          const Run was = run(command, host);
+          const std::size_t end = was.transcript.find("END");
+          platform.time.forgetPlans();
+          while (platform.sockets->upperBound() > 0)
+            platform.sockets->unload(platform.sockets->upperBound());
+          if (end == std::string::npos) continue;
+          ++endings[command.call.member];
+          EXPECT_LT(was.end - asked, 0.05);
+          const std::string after = was.transcript.substr(end);
+          const bool isCardFile = command.call.member == "AddCardFile";  // whole cards only
+          EXPECT_TRUE(isCardFile || (after + "out send").find("out ") >= after.size()) << after;
+          EXPECT_TRUE(isCardFile || (after + "out send").find("send") >= after.size()) << after;
+          const bool isDownload = command.call.member.starts_with("GetData");
+          const std::string& silent = isDownload ? command.result.accepted : command.result.silent;
+          EXPECT_TRUE(was.result == silent || was.result == command.result.notSent) << was.result;
+        }
+      }
+  for (const Command& command : commands())
+    EXPECT_GT(endings[command.call.member], command.result.wait > 0 ? 2 : 0);
 }
 
 TEST_F(CommandsTest, BehindAModemWithoutCarrierNothingIsSent) {

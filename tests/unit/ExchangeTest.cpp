@@ -77,15 +77,60 @@ TEST_F(ExchangeTest, OnlyWhatComesInOnePieceInTheWaitIsAReply) {
 TEST_F(ExchangeTest, SetDayLightDoesNotHoldMonitoring) {
   monitoringOn();
   platform.terminal.replyAfter(7, 0.2, {24});
-  EXPECT_FALSE(control->SetDayLight(serial, 21, 3, 22, 9));
-  EXPECT_EQ(events.monitoring, std::vector<std::string>{"1: 18"});  // the host got the reply
+  EXPECT_TRUE(control->SetDayLight(serial, 21, 3, 22, 9));
+  EXPECT_TRUE(events.monitoring.empty());  // what a command waits for is the command's first
   EXPECT_FALSE(control->MonitoringON());
 }
 
-TEST_F(ExchangeTest, AcrossMidnightItWaitsUntilAReplyComes) {
-  platform.time.sleep(43'198'000);  // it was noon
-  platform.terminal.replyAfter(4, 60, {24});
-  EXPECT_TRUE(control->ResetMem(serial));
+TEST_F(ExchangeTest, AStepOfTheClockChangesNoWaitButMidnightDoes) {
+  const auto waited = [&](double seconds) {
+    const double before = platform.time.elapsed();
+    control->ResetMem(serial);
+    EXPECT_NEAR(platform.time.elapsed() - before, 0.15 + seconds, 0.02);
+  };
+  for (const int hours : {1, -1}) {
+    platform.time.after(2, [&] { platform.time.clockStep += hours * 3'600'000'000LL; });
+    waited(5);
+  }
+  platform.time.sleep(43'187'000);  // it was noon
+  platform.terminal.replyAfter(12, 60, {24});
+  waited(60);
+  control->endWaitsAtMidnight();
+  platform.time.sleep(86'340'000);
+  waited(5);
+}
+
+TEST_F(ExchangeTest, WhatEndsForGoodEndsEveryLaterWaitAndADialTone) {
+  platform.time.arriveAfter(1, [this] { control->endCommand(); });
+  EXPECT_EQ(control->Dial(), 4);
+  control->TelNum(u"7788");
+  EXPECT_EQ(control->Dial(), 3);
+  EXPECT_TRUE(transcript().take().ends_with("out 41 54 44 50 37 37 38 38 0D 0A; close"));
+  for (std::int16_t i = 1; i <= 2; ++i) {
+    platform.sockets->load(i);
+    platform.sockets->at(i).state = sckConnected;
+  }
+  platform.time.arriveAfter(1, [this] { control->endCommand(); });
+  EXPECT_FALSE(control->SetMonitoringOffGroup(u"all", false));
+  EXPECT_EQ(platform.sockets->at(2).state, sckConnected);  // that one was not told
+  control->endForGood();
+  transcript().take();
+  EXPECT_FALSE(control->ResetMem(serial));
+  EXPECT_FALSE(control->TestConnection(u"gate-5000"));
+  EXPECT_EQ(control->Dial(), 3);
+  EXPECT_TRUE(control->Hangup() || transcript().take().empty());
+}
+
+TEST_F(ExchangeTest, MoreThanAnEventCanCountComesInSeveral) {
+  monitoringOn();
+  Bytes flood(70'000);
+  for (std::size_t i = 0; i < flood.size(); ++i) flood[i] = static_cast<std::uint8_t>(i % 251);
+  platform.port->feed(flood);
+  platform.time.DoEvents();
+  ASSERT_EQ(events.monitoring.size(), 3U);
+  std::string joined;
+  for (const std::string& event : events.monitoring) joined += event.substr(event.find(':') + 1);
+  EXPECT_EQ(joined, hex(flood));
 }
 
 TEST_F(ExchangeTest, NotesSayWhyACommandEndedAsItDid) {
@@ -195,7 +240,7 @@ TEST_F(ExchangeTest, DevicePropertiesAreGatheredUntilSilence) {
 
 TEST_F(ExchangeTest, ALongCardFilesProgressAndSum) {
   const TestFolder folder;
-  std::string text = "1234\r\n\nabcde,56\n\"  7 \", 12345 ,-5,1e9\r9999.";
+  std::string text = "1234\r\n\nabcde,56\n\"  7 \", 12345 ,&H,&O7,1e9\r9999.";
   std::vector<std::int32_t> progress{-503};
   for (int i = 1; i <= 503; ++i) progress.push_back(i);
   for (int i = 1; i <= 500; ++i) text += "\n9999";
@@ -205,6 +250,14 @@ TEST_F(ExchangeTest, ALongCardFilesProgressAndSum) {
   EXPECT_TRUE(transcript().take().ends_with(
       "send AA; sleep 50; send 00; sleep 50; send 02; sleep 50; send 56; sleep 50; send 4B; "
       "sleep 50; close 0"));
+  // A number that fits no card fails as a single one does.
+  for (const std::string number : {"-7", "2e4"}) {
+    folder.write("cards", "12\n" + number);
+    EXPECT_EQ(errorOf([&] { control->AddCardFile(host, (folder / "cards").u16string()); }), 6);
+    EXPECT_TRUE(transcript().take().ends_with(number == "-7"
+                                                  ? "send 12; sleep 50; sleep 50; send 00; sleep 50"
+                                                  : "send 12; sleep 50; sleep 50"));
+  }
 }
 
 TEST_F(ExchangeTest, MonitoringOverTheNetworkKeepsItsConnectionWhileItIsOn) {

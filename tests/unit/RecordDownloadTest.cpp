@@ -139,6 +139,48 @@ TEST_F(RecordDownloadTest, NetworkBlocksAreAllTakenInOrder) {
   }
 }
 
+/// What runs meanwhile, on other sockets or in a handler, neither takes a stream's bytes nor adds
+/// to them.
+TEST_F(RecordDownloadTest, AStreamTakesItsOwnSocketsBytesAndNoOthers) {
+  for (const bool byDates : {false, true}) {
+    platform.terminal.startAnew();
+    platform.sockets->load(1);
+    Bytes expected;
+    for (std::uint8_t i = 0; i < 20; ++i) {
+      expected.push_back(i);
+      platform.terminal.replyAfter(byDates ? 10 : 4, 0.1 + 0.002 * i, {i});
+      platform.time.after(1 + 0.001 * i, [this] { platform.sockets->feed(1, {99, 99}); });
+    }
+    const auto switchOver = [this] { control->SetMonitoringOnOff(u"", true); };
+    platform.time.after(0.85, switchOver);
+    platform.time.after(1.0, switchOver);
+    platform.time.after(0.5, [this] { platform.sockets->connectIn(0); });
+    byDates ? byDate(u"clock") : control->GetData(u"any", name());
+    EXPECT_EQ(content(), expected);
+    platform.time.run(1);
+    platform.sockets->unload(1);
+  }
+}
+
+TEST_F(RecordDownloadTest, OneDownloadAtATimeIntoOneFile) {
+  folder.write("rec.Hex", "old");
+  const auto second = [this] {
+    FakePlatform other;
+    other.time.stepPerRead = 1000;
+    Cronvel control2(other, container, events);
+    EXPECT_EQ(errorOf([&] { control2.GetData(u"", name()); }), 70);
+    EXPECT_EQ(other.transcript.take().find("out"), std::string::npos);
+  };
+  platform.time.after(1, second);
+  platform.terminal.replyAfter(4, 0.1, record);
+  platform.terminal.replyAfter(4, 2, trailer);
+  EXPECT_EQ(control->GetData(u"", name()), 0);
+  EXPECT_EQ(content(), record + trailer);
+  platform.terminal.startAnew();
+  platform.terminal.replyAfter(4, 0.1, trailer);
+  EXPECT_EQ(control->GetData(u"", name()), 0);  // it is free again
+}
+
 TEST_F(RecordDownloadTest, FileErrorsComeBeforeTheTerminalIsAsked) {
   EXPECT_EQ(errorOf([&] { control->GetData(u"", name("missing/rec.Hex")); }), 76);
   EXPECT_EQ(transcript().take(), "");

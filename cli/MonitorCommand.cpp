@@ -1,7 +1,9 @@
 #include <chrono>
-#include <memory>
+#include <map>
 #include <optional>
 #include <ostream>
+#include <set>
+#include <utility>
 
 #include "cli/Arguments.h"
 #include "cli/Command.h"
@@ -11,10 +13,8 @@ namespace cronvel {
 
 namespace {
 
-using SteadyClock = std::chrono::steady_clock;
-
-/// How long a terminal has to connect in again to be switched off.
-constexpr auto switchOffLimit = std::chrono::seconds(10);
+/// How long a terminal has to answer that its monitoring is on.
+constexpr auto answerLimit = std::chrono::seconds(5);
 
 struct MonitorOptions {
   Text group;
@@ -28,6 +28,8 @@ struct MonitorPlan {
   Peer peer;               ///< the one terminal
   std::optional<int> seconds;
   bool json = false;
+
+  bool onLine() const { return group.empty() && peer.kind == Peer::Kind::line; }
 };
 
 /// "9000,9005-9010"
@@ -44,112 +46,227 @@ std::vector<int> readPorts(const std::string& text) {
   return ports;
 }
 
-void printEvents(TerminalSession& session, bool json) {
-  session.onLiveData([&session, json](const std::string& source, const Bytes& bytes) {
-    if (json)
-      session.out() << R"({"time":")" << timeNow() << R"(","source":")" << source
-                    << R"(","bytes":")" << hexText(bytes) << "\"}\n";
-    else
-      session.out() << timeNow() << "  " << source << "  " << hexText(bytes) << '\n';
-    session.out() << std::flush;
-  });
-}
+constexpr std::int16_t theLine = -1;
 
-/// Until the time is over or somebody presses Ctrl-C.
-void listen(TerminalSession& session, const MonitorPlan& plan) {
-  const auto start = SteadyClock::now();
-  const auto over = [&] {
-    return plan.seconds && SteadyClock::now() - start >= std::chrono::seconds(*plan.seconds);
-  };
-  session.say("monitoring is on; Ctrl-C ends it", true);
-  try {
-    while (!over()) session.waitEvents();
-  } catch (const CommandFailure& failure) {
-    if (failure.status() != ExitStatus::interrupted) throw;
+/// Events from terminals that were switched on, until Ctrl-C and the like, the end of the time, or
+/// of the last link.
+class Monitor {
+ public:
+  Monitor(TerminalSession& session, const MonitorPlan& plan) : mSession(session), mPlan(plan) {
+    mSession.onLiveData(
+        [this](const std::string& source, const Bytes& bytes) { print(source, bytes); });
   }
-}
+  ~Monitor() { mSession.onLiveData({}); }
+  Monitor(const Monitor&) = delete;
+  Monitor& operator=(const Monitor&) = delete;
 
-void monitorLine(TerminalSession& session, const MonitorPlan& plan) {
-  const auto change = [](bool on) {
-    return [on](Cronvel& c) { return c.SetMonitoringOnOff(u"", on); };
-  };
-  if (!session.run(change(true))) throw session.failure("monitoring was not switched on");
-  listen(session, plan);
-  session.run(change(false));
-}
+  void line();
+  void connection();
+  void group();
 
-/// The control listens without a limit: closing the socket ends that.
-void limitWait(TerminalSession& session, SteadyClock::duration limit) {
-  session.onTick([&session, end = SteadyClock::now() + limit] {
-    if (session.socketState() == sckListening && SteadyClock::now() > end)
-      session.control().WinSockClose(0);
-  });
-}
+ private:
+  void print(const std::string& source, const Bytes& bytes);
+  template <typename Over>
+  void listen(Over over);
+  bool answered();
+  bool switchOn(const std::u16string& host);
+  void requireLine();
+  void switchOnMember(int port);
+  bool keepIfConnected(const std::string& name);
+  void lookForSilent();
+  void lookForLost();
+  void switchOff();
+  void problem(ExitStatus status, const std::string& sentence);
+  void end(bool interrupted) const;
 
-void monitorConnection(TerminalSession& session, const MonitorPlan& plan) {
-  session.use(plan.peer);
-  session.say("waiting for the terminal to connect in; Ctrl-C ends it", true);
-  if (!session.run([](Cronvel& c) { return c.SetMonitoringOnOff(u"terminal", true); }))
-    throw session.failure("monitoring was not switched on");
-  listen(session, plan);
-  session.control().WinSockClose(0);
-  limitWait(session, switchOffLimit);
-  if (!session.run([](Cronvel& c) { return c.SetMonitoringOnOff(u"terminal", false); }))
-    session.warn("the terminal did not connect in again, so its monitoring is still on");
-}
-
-/// Why the terminal that connects in to this port could not be switched on; nothing if it was.
-std::optional<CommandFailure> switchOnMember(TerminalSession& session, int port) {
-  const std::u16string host = toUtf16("terminal-" + std::to_string(port));
-  try {
-    if (session.run([&](Cronvel& c) { return c.SetMonitoringOnGroup(host, true); })) return {};
-    return session.failure("monitoring was not switched on");
-  } catch (const CommandFailure& failure) {
-    if (failure.status() == ExitStatus::interrupted) throw;
-    return failure;
-  }
-}
-
-void switchGroupOff(TerminalSession& session) {
-  session.run([](Cronvel& c) { return c.SetMonitoringOffGroup(u"all", false); });
-}
-
-struct GroupOutcome {
-  bool anyOn = false;
-  ExitStatus status = ExitStatus::done;  ///< the gravest of the members'
+  TerminalSession& mSession;
+  const MonitorPlan& mPlan;
+  std::map<std::int16_t, std::string> mConnected;            ///< who is at a socket, for a person
+  std::map<std::int16_t, SteadyClock::time_point> mAwaited;  ///< until when it may answer
+  std::set<std::int16_t> mAnswered;                          ///< `line`, or a socket
+  bool mEnding = false;
+  ExitStatus mStatus = ExitStatus::done;  ///< the gravest problem so far
+  SteadyClock::time_point mEnd = SteadyClock::time_point::max();
 };
 
-GroupOutcome switchGroupOn(TerminalSession& session, const std::vector<int>& ports) {
-  GroupOutcome outcome;
-  try {
-    for (const int port : ports) {
-      const auto problem = switchOnMember(session, port);
-      outcome.anyOn |= !problem;
-      if (!problem) continue;
-      outcome.status = gravest(outcome.status, problem->status());
-      session.warn("port " + std::to_string(port) + ": " + problem->what());
-    }
-  } catch (const CommandFailure&) {
-    switchGroupOff(session);  // those that are on already
-    throw;
-  }
-  return outcome;
+void Monitor::print(const std::string& source, const Bytes& bytes) {
+  const std::int16_t from = mPlan.onLine() ? theLine : mSession.control().arrivalIndex();
+  const bool isFirst = mAnswered.insert(from).second;
+  if ((isFirst || mEnding) && bytes == Bytes{successReply}) return;  // to the switch: no event
+  if (mPlan.json)
+    mSession.out() << R"({"time":")" << timeNow() << R"(","source":")" << source << R"(","bytes":")"
+                   << hexText(bytes) << "\"}\n";
+  else
+    mSession.out() << timeNow() << "  " << source << "  " << hexText(bytes) << '\n';
+  mSession.out() << std::flush;
 }
 
-void monitorGroup(TerminalSession& session, const MonitorPlan& plan) {
-  const GroupOutcome outcome = switchGroupOn(session, plan.group);
-  if (!outcome.anyOn) throw CommandFailure(outcome.status, "no terminal could be switched on");
-  listen(session, plan);
-  switchGroupOff(session);
-  if (outcome.status != ExitStatus::done)
-    throw CommandFailure(outcome.status, "some terminals were never switched on");
+/// Until then, or until somebody ends it.
+template <typename Over>
+void Monitor::listen(Over over) {
+  while (!over() && !mSession.interrupted() && mSession.out() && SteadyClock::now() < mEnd)
+    mSession.waitEvents();
+}
+
+void Monitor::problem(ExitStatus status, const std::string& sentence) {
+  mStatus = gravest(mStatus, status);
+  mSession.warn(sentence);
+}
+
+void Monitor::end(bool interrupted) const {
+  if (interrupted) throw CommandFailure(ExitStatus::interrupted, "interrupted");
+  if (!mSession.out())
+    throw CommandFailure(ExitStatus::error, "the events could not be written: the output failed");
+  if (mStatus != ExitStatus::done)
+    throw CommandFailure(mStatus, "not every terminal was monitored to the end");
+}
+
+/// Whether the terminal that was switched on says something; what else connects in does not.
+bool Monitor::answered() {
+  const auto limit = SteadyClock::now() + answerLimit;
+  listen([&] {
+    lookForLost();
+    return !mAnswered.empty() || mConnected.empty() || SteadyClock::now() > limit;
+  });
+  return !mAnswered.empty() || mSession.interrupted();
+}
+
+void startTime(const MonitorPlan& plan, TerminalSession& session, SteadyClock::time_point& end) {
+  session.say("monitoring is on; Ctrl-C ends it", true);
+  if (plan.seconds) end = SteadyClock::now() + std::chrono::seconds(*plan.seconds);
+}
+
+/// False when it was interrupted meanwhile: then the terminal may be on or not.
+bool Monitor::switchOn(const std::u16string& host) {
+  try {
+    if (mSession.run([&](Cronvel& c) { return c.SetMonitoringOnOff(host, true); })) return true;
+    throw mSession.failure("monitoring was not switched on");
+  } catch (const CommandFailure& failure) {
+    if (failure.status() != ExitStatus::interrupted) throw;
+    return false;
+  }
+}
+
+/// Fails when the port's device has gone.
+void Monitor::requireLine() {
+  try {
+    mSession.control().port().InBufferCount();
+  } catch (const RunTimeError& error) {
+    throw CommandFailure(error);
+  }
+}
+
+void Monitor::line() {
+  switchOn(u"");
+  startTime(mPlan, mSession, mEnd);
+  mAwaited[theLine] = SteadyClock::now() + answerLimit;
+  listen([&] {
+    requireLine();
+    lookForSilent();
+    return false;
+  });
+  const bool interrupted = mSession.interrupted();
+  if (!mSession.finish([](Cronvel& c) { return c.switchLineOff(); }))
+    problem(ExitStatus::noAnswer,
+            mSession.terminal() + " has not confirmed that its monitoring is off");
+  end(interrupted);
+}
+
+void Monitor::connection() {
+  mSession.use(mPlan.peer);
+  for (;;) {
+    mSession.say("waiting for the terminal to connect in; Ctrl-C ends it", true);
+    if (!switchOn(u"terminal")) return end(true);
+    mConnected = {{std::int16_t{0}, "port " + std::to_string(mPlan.peer.port)}};
+    if (answered()) break;
+    mSession.warn(mSession.caller() + " but does not answer as " + mSession.terminal());
+    mSession.control().WinSockClose(0);
+  }
+  startTime(mPlan, mSession, mEnd);
+  listen([&] {
+    lookForLost();
+    return mConnected.empty();
+  });
+  switchOff();
+}
+
+/// Why the terminal that connects in to this port could not be switched on is said.
+void Monitor::switchOnMember(int port) {
+  const std::u16string host = toUtf16("terminal-" + std::to_string(port));
+  const std::string name = "port " + std::to_string(port);
+  try {
+    if (mSession.run([&](Cronvel& c) { return c.SetMonitoringOnGroup(host, true); })) {
+      mConnected[mSession.control().sockets().upperBound()] = name;
+      return;
+    }
+    if (keepIfConnected(name)) return;
+    const CommandFailure failure = mSession.failure("monitoring was not switched on");
+    problem(failure.status(), name + ": " + failure.what());
+  } catch (const CommandFailure& failure) {
+    if (failure.status() == ExitStatus::interrupted) return;
+    problem(failure.status(), name + ": " + failure.what());
+  }
+}
+
+/// Another terminal's event can come in front of its answer: then its own are waited for.
+bool Monitor::keepIfConnected(const std::string& name) {
+  SocketArray& sockets = mSession.control().sockets();
+  const std::int16_t index = sockets.upperBound();
+  if (mConnected.contains(index) || sockets.at(index).State() != sckConnected) return false;
+  mConnected[index] = name;
+  mAwaited[index] = SteadyClock::now() + answerLimit;
+  return true;
+}
+
+void Monitor::lookForSilent() {
+  std::erase_if(mAwaited, [&](const auto& member) {
+    const auto& [index, limit] = member;
+    if (mAnswered.contains(index)) return true;
+    if (SteadyClock::now() < limit) return false;
+    const std::string name = index == theLine ? mSession.terminal() : mConnected[index];
+    problem(ExitStatus::noAnswer, name + " has not answered yet");
+    return true;
+  });
+}
+
+void Monitor::lookForLost() {
+  SocketArray& sockets = mSession.control().sockets();
+  std::erase_if(mConnected, [&](const auto& member) {
+    const auto& [index, name] = member;
+    if (sockets.at(index).State() == sckConnected) return false;
+    problem(ExitStatus::noAnswer, name + ": the terminal has hung up");
+    return true;
+  });
+}
+
+void Monitor::group() {
+  for (const int port : mPlan.group)
+    if (!mSession.interrupted()) switchOnMember(port);
+  if (mConnected.empty() && !mSession.interrupted())
+    throw CommandFailure(mStatus, "no terminal could be switched on");
+  startTime(mPlan, mSession, mEnd);
+  listen([&] {
+    lookForLost();
+    lookForSilent();
+    return mConnected.empty();
+  });
+  switchOff();
+}
+
+void Monitor::switchOff() {
+  mEnding = true;
+  const bool interrupted = mSession.interrupted();
+  for (const std::int16_t index :
+       mSession.finish([](Cronvel& c) { return c.switchConnectionsOff(); }))
+    problem(ExitStatus::noAnswer,
+            mConnected[index] + ": the terminal has not confirmed that its monitoring is off");
+  end(interrupted);
 }
 
 void monitor(TerminalSession& session, const MonitorPlan& plan) {
-  printEvents(session, plan.json);
-  if (!plan.group.empty()) return monitorGroup(session, plan);
-  plan.peer.kind == Peer::Kind::line ? monitorLine(session, plan)
-                                     : monitorConnection(session, plan);
+  Monitor monitor(session, plan);
+  if (!plan.group.empty()) return monitor.group();
+  plan.peer.kind == Peer::Kind::line ? monitor.line() : monitor.connection();
 }
 
 Link prepareGroupLink(const LinkOptions& options) {

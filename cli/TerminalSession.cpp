@@ -25,8 +25,10 @@ TerminalSession::TerminalSession(Shell shell, const Link& link)
     : mShell(shell),
       mTrace(link.trace() ? makeTrace(shell) : nullptr),
       mControl(mTrace ? *mTrace : shell.platform, *this, *this),
+      mInterrupt(mControl),
       mTick(shell.platform.makeTimer()) {
   setUp(link);
+  mControl.endWaitsAtMidnight();
   mTick->Interval(tickMilliseconds);
   mTick->onTimer([this] { tick(); });
   mTick->Enabled(true);
@@ -59,6 +61,7 @@ void TerminalSession::setUp(const Link& link) {
 }
 
 std::u16string TerminalSession::use(const Peer& peer) {
+  mCallerPort = peer.kind == Peer::Kind::caller ? peer.port : 0;
   if (peer.kind == Peer::Kind::line) return {};
   mControl.WinSockProtocol(sckTCPProtocol);
   if (peer.kind == Peer::Kind::caller) {
@@ -73,6 +76,42 @@ std::u16string TerminalSession::use(const Peer& peer) {
   return host;
 }
 
+void TerminalSession::requireUninterrupted() const {
+  if (interrupted()) throw CommandFailure(ExitStatus::interrupted, "interrupted");
+}
+
+TerminalSession::StrayCallers::StrayCallers(TerminalSession& session)
+    : mSession(session), mEnd(SteadyClock::now() + session.mCallerWait) {}
+
+bool TerminalSession::StrayCallers::passOver(ExitStatus status) const {
+  const std::string caller = mSession.caller();
+  if (status != ExitStatus::noAnswer || caller.empty() || SteadyClock::now() >= mEnd) return false;
+  mSession.warn(caller + " but does not answer as " + mSession.terminal() +
+                "; still waiting for that");
+  mSession.mCallerLimit = mEnd;
+  mSession.mControl.WinSockClose(0);
+  return true;
+}
+
+void TerminalSession::StrayCallers::requireInTime() const {
+  if (!mSession.mCallerLimit || mSession.lastReason() != ExitStatus::interrupted) return;
+  throw CommandFailure(ExitStatus::noAnswer, "nobody connected in on port " +
+                                                 std::to_string(mSession.mCallerPort) +
+                                                 " in time who answers as " + mSession.terminal());
+}
+
+ExitStatus TerminalSession::lastReason() const {
+  const Notes& notes = mControl.notes();
+  return notes.count() == mNotesBefore ? ExitStatus::done : statusOf(notes.lastKind());
+}
+
+std::string TerminalSession::caller() const {
+  if (mCallerPort == 0) return {};
+  const std::string address = toUtf8(mControl.sockets().at(0).RemoteHostIP());
+  return address.empty() ? address
+                         : address + " has connected in on port " + std::to_string(mCallerPort);
+}
+
 CommandFailure TerminalSession::explained(const RunTimeError& error) const {
   const CommandFailure failure(error);
   if (error.number() != ErrorNumber::wrongConnectionState) return failure;
@@ -84,8 +123,9 @@ CommandFailure TerminalSession::explained(const RunTimeError& error) const {
 CommandFailure TerminalSession::failure(const std::string& otherwise) const {
   if (!mSocketError.empty()) return {mSocketStatus, mSocketError};
   const Notes& notes = mControl.notes();
-  return {statusOf(notes.lastKind()),
-          notes.last().empty() ? terminal() + ": " + otherwise : notes.last()};
+  std::string sentence = notes.last().empty() ? terminal() + ": " + otherwise : notes.last();
+  if (const std::string who = caller(); !who.empty()) sentence += "; " + who;
+  return {statusOf(notes.lastKind()), sentence};
 }
 
 std::string TerminalSession::terminal() const {
@@ -100,9 +140,10 @@ void TerminalSession::WinSockError(std::int16_t number, std::u16string& Descript
 }
 
 void TerminalSession::tick() {
-  if (mInterrupt.requested() && !std::exchange(mInterrupted, true)) {  // what ends it still ticks
-    throw CommandFailure(ExitStatus::interrupted, "interrupted");
-  }
+  const bool callerIsLate = mCallerLimit && SteadyClock::now() > *mCallerLimit &&
+                            mControl.sockets().at(0).State() == sckListening;
+  // An interruption may have come just before the call began.
+  if (interrupted() || callerIsLate) mControl.endCommand();
   if (mOnTick) mOnTick();
 }
 

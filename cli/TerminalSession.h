@@ -1,8 +1,10 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <iosfwd>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "cli/CommandFailure.h"
@@ -13,8 +15,10 @@
 
 namespace cronvel {
 
+using SteadyClock = std::chrono::steady_clock;
+
 /// A control for one run of the command: set up for a link, its errors and events turned into
-/// sentences, ended in order by Ctrl-C. While it lives, the first Ctrl-C is its own.
+/// sentences, ended in order by Ctrl-C and the like. While it lives, the first of these is its own.
 class TerminalSession : private __Cronvel, private Container {
  public:
   /// Dials first where the link says so; fails where that does not connect.
@@ -22,6 +26,8 @@ class TerminalSession : private __Cronvel, private Container {
   ~TerminalSession() override;
 
   Cronvel& control() { return mControl; }
+  /// Ctrl-C, TERM or HUP came, or whoever reads the output has closed it.
+  bool interrupted() const { return mInterrupt.requested(); }
   /// The state of socket 0 as last reported.
   std::int16_t socketState() const { return mSocketState; }
 
@@ -29,6 +35,9 @@ class TerminalSession : private __Cronvel, private Container {
   std::u16string use(const Peer& peer);
   /// Runs handlers while nothing else is to be done.
   void waitEvents() { mShell.platform.messagePump().waitEvents(); }
+
+  /// For how long a terminal that connects in is waited for; 10 s unless told otherwise.
+  void callerWait(SteadyClock::duration wait) { mCallerWait = wait; }
 
   /// Called some times a second while the control waits.
   void onTick(std::function<void()> handler) { mOnTick = std::move(handler); }
@@ -50,16 +59,30 @@ class TerminalSession : private __Cronvel, private Container {
   /// A line that the next one replaces, if a person watches; empty takes it away.
   void progress(const std::string& line);
 
-  /// Runs a call of the control. Its errors come out as `CommandFailure`; a socket's failure comes
-  /// out as itself, not as the error 40006 that follows from it.
+  /// Runs a call of the control. Its errors come out as `CommandFailure`, and so does an
+  /// interruption; a socket's failure comes out as itself, not as the error 40006 that follows from
+  /// it. Where a terminal was to connect in and somebody else did, it is called again for as long
+  /// as the wait for the terminal lasts.
   template <typename Call>
   auto run(Call call) {
-    mSocketError.clear();
-    try {
-      return call(mControl);
-    } catch (const RunTimeError& error) {
-      throw explained(error);
+    const StrayCallers strays(*this);
+    for (;;) {
+      try {
+        auto result = runOnce(call);
+        if (strays.passOver(lastReason())) continue;
+        strays.requireInTime();
+        return result;
+      } catch (const CommandFailure& failure) {
+        if (!strays.passOver(failure.status())) throw;
+      }
     }
+  }
+
+  /// Tidies up after an interruption: only a further one ends that call.
+  template <typename Call>
+  auto finish(Call call) {
+    mInterrupt.forget();
+    return runOnce(call);
   }
 
   /// Runs a call of the control with a yes or no result; says `done` or fails.
@@ -74,6 +97,8 @@ class TerminalSession : private __Cronvel, private Container {
 
   /// "terminal 12"
   std::string terminal() const;
+  /// Who has connected in last, for a person; empty if nobody has.
+  std::string caller() const;
 
  private:
   void WinSockCurrentState(std::int16_t CurrentState) override { mSocketState = CurrentState; }
@@ -86,6 +111,40 @@ class TerminalSession : private __Cronvel, private Container {
   void WinSockError(std::int16_t number, std::u16string& Description, std::int32_t Scode,
                     const std::u16string& Source, const std::u16string& HelpFile,
                     std::int32_t HelpContext, bool& CancelDisplay) override;
+
+  /// While a terminal is to connect in: others who do are told of, and passed over until the time
+  /// is up.
+  class StrayCallers {
+   public:
+    explicit StrayCallers(TerminalSession& session);
+    ~StrayCallers() { mSession.mCallerLimit.reset(); }
+    StrayCallers(const StrayCallers&) = delete;
+    StrayCallers& operator=(const StrayCallers&) = delete;
+    bool passOver(ExitStatus status) const;
+    void requireInTime() const;
+
+   private:
+    TerminalSession& mSession;
+    SteadyClock::time_point mEnd;
+  };
+  /// What the call that has just ended said of itself.
+  ExitStatus lastReason() const;
+
+  template <typename Call>
+  auto runOnce(Call call) {
+    mSocketError.clear();
+    mNotesBefore = mControl.notes().count();
+    requireUninterrupted();
+    try {
+      auto result = call(mControl);
+      requireUninterrupted();
+      return result;
+    } catch (const RunTimeError& error) {
+      requireUninterrupted();
+      throw explained(error);
+    }
+  }
+  void requireUninterrupted() const;
   CommandFailure explained(const RunTimeError& error) const;
   void setUp(const Link& link);
   void dial();
@@ -93,19 +152,22 @@ class TerminalSession : private __Cronvel, private Container {
   void tick();
 
   Shell mShell;
-  InterruptGuard mInterrupt;
   std::unique_ptr<Platform> mTrace;  ///< with --trace, the control's platform
   std::int16_t mSocketState = sckClosed;
   std::string mSocketError;  ///< of the call under way
+  std::size_t mNotesBefore = 0;
+  int mCallerPort = 0;  ///< where a terminal is to connect in; 0: nowhere
+  SteadyClock::duration mCallerWait = std::chrono::seconds(10);
+  std::optional<SteadyClock::time_point> mCallerLimit;  ///< after somebody else was passed over
   ExitStatus mSocketStatus = ExitStatus::error;
   Cronvel mControl;
+  InterruptGuard mInterrupt;
   std::function<void()> mOnTick;
   std::function<void(std::int32_t, std::int32_t)> mOnUpload;
   std::function<void(const std::string&, const Bytes&)> mOnLiveData;
   std::int32_t mCards = 0;
   std::size_t mShown = 0;  ///< length of the progress line
   bool mDialled = false;
-  bool mInterrupted = false;
   std::unique_ptr<Timer> mTick;
 };
 

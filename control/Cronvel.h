@@ -99,6 +99,13 @@ class Cronvel : private Host,
   std::uint8_t DeviceNum() const { return state.DeviceNum; }
   void DeviceNum(std::uint8_t New_DeviceNum) { set(state.DeviceNum, New_DeviceNum, "DeviceNum"); }
 
+  // For hosts in C++ that look closer than the interface lets them. What they change there the
+  // commands meet.
+  SerialPort& port() { return serial.port(); }
+  SocketArray& sockets() const { return network.sockets(); }
+  /// The socket whose data a `WinSockDataReceived` tells of, when it is called.
+  std::int16_t arrivalIndex() const { return network.arrivalIndex(); }
+
   /// Why the last command ended as it did.
   const Notes& notes() const { return Host::notes; }
 

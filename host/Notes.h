@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -26,6 +27,7 @@ enum class NoteKind {
 class Notes {
  public:
   void add(NoteKind kind, std::string_view text) {
+    ++mCount;
     mLastKind = kind;
     mLast = text;
     if (mListener) mListener(text);
@@ -34,12 +36,15 @@ class Notes {
   /// The last note of all commands; empty before the first.
   const std::string& last() const { return mLast; }
   NoteKind lastKind() const { return mLastKind; }
+  /// How many there have been.
+  std::size_t count() const { return mCount; }
 
   /// Who hears every note as it comes, on the thread that drives the control.
   void onNote(std::function<void(std::string_view)> listener) { mListener = std::move(listener); }
 
  private:
   std::string mLast;
+  std::size_t mCount = 0;
   NoteKind mLastKind = NoteKind::progress;
   std::function<void(std::string_view)> mListener;
 };

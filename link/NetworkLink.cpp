@@ -39,8 +39,9 @@ std::optional<Bytes> NetworkLink::Stream::take() {
 
 /// A stream takes its own socket's bytes, and no others: they would be missing from both.
 void NetworkLink::keep(std::int16_t Index, const Bytes& bytes) {
-  if (mStream != nullptr && Index == 0) {
-    mStream->mBlocks.push_back(bytes);
+  for (Stream* const stream : mStreams) {
+    if (stream->index() != Index) continue;
+    stream->mBlocks.push_back(bytes);
     return;
   }
   mReceivedData = bytes;
@@ -67,6 +68,7 @@ void NetworkLink::DataArrival(std::int16_t Index, std::int32_t bytesTotal) {
   }
   std::int16_t loopCounter = 0;
   std::int32_t functionCallCounter = 0;
+  mArrivalIndex = Index;
   mEvents.WinSockDataReceived(bytes, bytesTotal, host, address, loopCounter, functionCallCounter);
   pump();
 }

@@ -5,7 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
+#include <vector>
 
 #include "link/SocketMembers.h"
 
@@ -20,12 +20,15 @@ class NetworkLink : private SocketEvents {
 
   /// What the commands do with a socket is what hosts do.
   SocketMembers& members() { return mMembers; }
-  SocketArray& sockets() { return *mMembers.sokWinSock; }
+  SocketArray& sockets() const { return *mMembers.sokWinSock; }
 
   /// Sends a byte; not if `wanted` says no after the messages that are pumped first.
   void send(std::int16_t Index, std::uint8_t byte, const std::function<bool()>& wanted) {
     mMembers.send(Index, {byte}, wanted);
   }
+
+  /// The socket that the event under way is about.
+  std::int16_t arrivalIndex() const { return mArrivalIndex; }
 
   /// Forgets what arrived before the last byte was sent: it is no answer to that.
   void forgetEarlierArrival();
@@ -45,20 +48,24 @@ class NetworkLink : private SocketEvents {
     NetworkLink& mLink;
   };
 
-  /// While it lives, all that arrives on socket 0 waits here, in order, for the command that reads
-  /// it; the host sees it as events all the same.
+  /// While it lives, all that arrives on one socket waits here, in order, for the command that
+  /// reads it; the host sees it as events all the same.
   class Stream {
    public:
-    explicit Stream(NetworkLink& link) : mLink(link), mOuter(std::exchange(link.mStream, this)) {}
-    ~Stream() { mLink.mStream = mOuter; }
+    Stream(NetworkLink& link, std::int16_t index) : mLink(link), mIndex(index) {
+      mLink.mStreams.push_back(this);
+    }
+    ~Stream() { std::erase(mLink.mStreams, this); }
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;
+
+    std::int16_t index() const { return mIndex; }
     std::optional<Bytes> take();
 
    private:
     friend class NetworkLink;
     NetworkLink& mLink;
-    Stream* mOuter;
+    std::int16_t mIndex;
     std::deque<Bytes> mBlocks;
   };
 
@@ -83,8 +90,9 @@ class NetworkLink : private SocketEvents {
   SocketMembers& mMembers;
   std::unique_ptr<Timer> tmrWinSockCurrentState;
   std::int16_t mLastSocketState;
+  std::int16_t mArrivalIndex = 0;
   int mDirectReads = 0;
-  Stream* mStream = nullptr;
+  std::vector<Stream*> mStreams;
   bool mDataArrived = false;
   Bytes mReceivedData;
   std::int64_t mSentBefore = 0;  ///< bytes and blocks that had been sent when it arrived

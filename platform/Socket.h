@@ -49,7 +49,8 @@ class Socket {
   virtual std::u16string RemoteHost() const = 0;
   virtual void RemoteHost(const std::u16string& host) = 0;
 
-  /// The peer's address in dotted form; empty before it is known.
+  /// The peer's address in dotted form, also after the connection has ended; empty before it is
+  /// known.
   virtual std::u16string RemoteHostIP() const = 0;
 
   /// This machine's address in dotted form, "127.0.0.1" where it has no other.

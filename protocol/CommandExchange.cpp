@@ -13,7 +13,6 @@ namespace cronvel {
 namespace {
 
 constexpr int bodyStart = 2;
-constexpr std::uint8_t successReply = 24;
 
 constexpr char16_t noCarrierText[] = u"ارتباط برقرار نيست. ابتدا شماره گيري كنيد.";
 constexpr char endedText[] = "the command was ended";
@@ -131,7 +130,7 @@ bool CommandExchange::sendSwitch(bool on) {
 std::optional<Bytes> CommandExchange::awaitReply() {
   mLine->expectReply();
   std::optional<Bytes> reply;
-  const double wait = mLine->own(mForm.wait);
+  const double wait = limit();
   mLinks.waitFor(wait, [&] { return (reply = mLine->takeReply()).has_value(); });
   noteReply(reply, wait);
   return reply;

@@ -39,13 +39,16 @@ struct CommandForm {
   PerLine<double> wait = {5, 5};  ///< seconds that it waits for a reply
 };
 
+/// The terminals' reply for success.
+inline constexpr std::uint8_t successReply = 24;
+
 /// How an exchange went.
 struct Outcome {
   enum class Kind { noCarrier, notConnected, noReply, replied };
   Kind kind = Kind::noReply;
   Bytes reply;
 
-  /// The judgement: only a reply that starts with 24 is a success.
+  /// The judgement: only a reply that starts with `successReply` is a success.
   bool accepted() const;
 };
 
@@ -102,6 +105,9 @@ class CommandExchange {
   std::optional<Bytes> awaitReply();
   /// Ends the hold and closes the connection.
   void release(bool replied);
+
+  /// Seconds that it waits for a reply.
+  double limit() const { return mLine->own(mForm.wait); }
 
   DeviceLine& line() { return *mLine; }
 

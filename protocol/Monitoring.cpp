@@ -1,5 +1,8 @@
 #include "protocol/Monitoring.h"
 
+#include <memory>
+#include <utility>
+
 #include "protocol/CommandExchange.h"
 #include "runtime/Conversion.h"
 #include "runtime/RunTimeError.h"
@@ -20,6 +23,64 @@ void ignoringErrors(Statement&& statement) {
   } catch (const RunTimeError&) {
   }
 }
+
+/// Whether bytes that came behind the switch tell that the terminal has taken it: events may still
+/// come in front of the reply.
+bool confirms(const Bytes& bytes) {
+  return !bytes.empty() && (bytes.front() == successReply || bytes.back() == successReply);
+}
+
+/// All connections that stand, as one line: what is sent goes to each of them.
+class ConnectedTerminals : public DeviceLine {
+ public:
+  explicit ConnectedTerminals(DeviceLinks& links) : mNetwork(links.network) {
+    SocketArray& sockets = mNetwork.sockets();
+    for (std::int16_t i = 0; i <= sockets.upperBound(); ++i)
+      if (sockets.exists(i) && sockets.at(i).State() == sckConnected)
+        mAwaited.push_back(std::make_unique<NetworkLink::Stream>(mNetwork, i));
+    mIndexes = silent();
+  }
+
+  bool connect(NetworkVariant /*variant*/) override { return true; }
+  bool prepare(NetworkVariant /*variant*/) override { return true; }
+  void discardOutput() override {}
+  void discardInput() override {}
+  void settings(std::string_view /*settings*/) override {}
+  void send(int value, const std::function<bool()>& wanted) override {
+    const std::uint8_t byte = toByte(value);
+    for (const std::int16_t index : mIndexes)
+      ignoringErrors([&] { mNetwork.send(index, byte, wanted); });
+  }
+  void expectReply() override {}
+  /// Once all have confirmed.
+  std::optional<Bytes> takeReply() override {
+    std::erase_if(mAwaited, [](const auto& stream) {
+      const auto bytes = stream->take();
+      return bytes && confirms(*bytes);
+    });
+    return mAwaited.empty() ? std::optional(Bytes{successReply}) : std::nullopt;
+  }
+  std::unique_ptr<BlockStream> stream(StreamReading /*reading*/) override { return nullptr; }
+  void close() override {
+    for (const std::int16_t index : mIndexes) {
+      mNetwork.members().WinSockClose(index);
+      if (index > 0) mNetwork.sockets().unload(index);
+    }
+  }
+  /// The sockets of those that have not confirmed.
+  std::vector<std::int16_t> silent() const {
+    std::vector<std::int16_t> indexes;
+    for (const auto& stream : mAwaited) indexes.push_back(stream->index());
+    return indexes;
+  }
+
+ private:
+  bool isNetwork() const override { return true; }
+
+  NetworkLink& mNetwork;
+  std::vector<std::unique_ptr<NetworkLink::Stream>> mAwaited;
+  std::vector<std::int16_t> mIndexes;
+};
 
 }  // namespace
 
@@ -84,6 +145,28 @@ void Monitoring::switchMember(std::int16_t index, bool on) {
   SocketArray& sockets = mLinks.network.sockets();
   mLinks.waitUntil([&] { return sockets.at(index).State() <= sckClosed; });
   sockets.unload(index);
+}
+
+bool Monitoring::switchLineOff() {
+  const Ending::Command underWay(mLinks.ending);
+  if (!begin(false)) return false;
+  CommandExchange exchange(mLinks, switchForm(NetworkVariant::connect));
+  if (!exchange.sendSwitch(false)) return false;
+  return mLinks.waitFor(exchange.limit(), [&] {
+    const auto bytes = exchange.line().takeReply();
+    return bytes && confirms(*bytes);
+  });
+}
+
+std::vector<std::int16_t> Monitoring::switchConnectionsOff() {
+  const Ending::Command underWay(mLinks.ending);
+  if (!begin(false)) return {};
+  auto all = std::make_unique<ConnectedTerminals>(mLinks);
+  ConnectedTerminals& terminals = *all;
+  CommandExchange exchange(mLinks, std::move(all), switchForm(NetworkVariant::connect));
+  if (exchange.sendSwitch(false)) exchange.awaitReply();
+  exchange.line().close();
+  return terminals.silent();
 }
 
 bool Monitoring::StartMonitoringGroup() {

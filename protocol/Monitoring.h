@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "link/DeviceLinks.h"
 
@@ -29,6 +30,15 @@ class Monitoring {
   /// were served, whatever they answered. With an empty `sRemoteHost` it does nothing and returns
   /// False.
   bool SetMonitoringOffGroup(const std::u16string& sRemoteHost, bool New_MonitoringON);
+  // For hosts in C++ that end what they monitored, and want to know that it has ended. They send
+  // the same bytes; 387 in design mode.
+
+  /// Switches the serial line's terminal off. True when it confirmed that within 5 s.
+  bool switchLineOff();
+  /// Switches off, side by side, the terminals of all connections that stand, socket 0's and the
+  /// group's, and closes them. Returns the sockets whose terminals did not confirm within 5 s.
+  std::vector<std::int16_t> switchConnectionsOff();
+
   /// Connects the highest socket to `WinSockRemoteHost` and sends a zero byte. Always True.
   bool StartMonitoringGroup();
 

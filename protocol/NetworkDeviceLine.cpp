@@ -26,7 +26,7 @@ class SocketBlocks : public BlockStream {
 /// What socket 0's data-arrival handler hands over, so that the host sees it as an event too.
 class ArrivedBlocks : public BlockStream {
  public:
-  explicit ArrivedBlocks(NetworkLink& network) : mNetwork(network), mStream(network) {}
+  explicit ArrivedBlocks(NetworkLink& network) : mNetwork(network), mStream(network, 0) {}
   std::optional<Bytes> take() override { return mStream.take(); }
   void busy(bool on) override {
     mDirectRead.reset();

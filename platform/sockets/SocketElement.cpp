@@ -77,6 +77,7 @@ void SocketElement::Listen() {
   if (mPlace.protocol != sckTCPProtocol)
     throw RunTimeError(ErrorNumber::wrongProtocol, "only a TCP socket can listen");
   requireClosed("listening");
+  mPlace.peer.reset();
   mPlace.put(std::make_shared<ListeningSocket>(mPlace), sckListening);
 }
 

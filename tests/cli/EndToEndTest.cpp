@@ -181,8 +181,9 @@ TEST_F(EndToEnd, MonitorPrintsEventsUntilItEnds) {
   const std::string port = freePort();
   const SimulatedTerminal terminal("--serial --event-rate 20 --connect 127.0.0.1:" + port);
   const std::string json = "monitor --json --port " + terminal.line();
-  EXPECT_EQ(runUntil(hasLines, interrupt, json), 0) << err();
+  EXPECT_EQ(runUntil(hasLines, interrupt, json), 130) << err();
   EXPECT_EQ(out().rfind("{\"time\":", 0), 0U) << out();
+  EXPECT_EQ(run("test --port " + terminal.line()), 0) << err();  // it talks no more
   EXPECT_EQ(run("monitor --seconds 2 --group " + port), 0) << err();
   EXPECT_GT(linesOf(out()), 3);
 }

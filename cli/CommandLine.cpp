@@ -73,9 +73,7 @@ std::optional<Invocation> prepareOrRefuse(Io& io, std::vector<std::string> argum
   }
 }
 
-}  // namespace
-
-ExitStatus runCommandLine(Platform& platform, Io& io, std::vector<std::string> arguments) {
+ExitStatus run(Platform& platform, Io& io, std::vector<std::string> arguments) {
   try {
     const auto invocation = prepareOrRefuse(io, std::move(arguments));
     if (invocation) invocation->run({platform, io});
@@ -88,6 +86,16 @@ ExitStatus runCommandLine(Platform& platform, Io& io, std::vector<std::string> a
   } catch (const std::exception& error) {
     return fail(io, ExitStatus::error, std::string("unexpected error: ") + error.what());
   }
+}
+
+}  // namespace
+
+ExitStatus runCommandLine(Platform& platform, Io& io, std::vector<std::string> arguments) {
+  const ExitStatus status = run(platform, io, std::move(arguments));
+  if (io.out.flush()) return status;
+  const CommandFailure failure(
+      RunTimeError(ErrorNumber::deviceIoError, "the results could not be written out"));
+  return fail(io, gravest(status, failure.status()), failure.what());
 }
 
 }  // namespace cronvel

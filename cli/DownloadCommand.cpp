@@ -6,7 +6,7 @@
 #include "cli/Command.h"
 #include "cli/DownloadProgress.h"
 #include "cli/RecordFiles.h"
-#include "cli/RecordSummary.h"
+#include "cli/StreamReport.h"
 #include "runtime/File.h"
 #include "runtime/Text.h"
 
@@ -45,60 +45,59 @@ class Download {
   Download(TerminalSession& session, const DownloadPlan& plan)
       : mSession(session),
         mPlan(plan),
-        mFiles(plan.files),
         mWaitsForTerminal(plan.peer.kind == Peer::Kind::caller),
         mProgress(session) {}
   void run();
 
  private:
   void receive();
-  bool callControl(Cronvel& control);
+  void callControl(Cronvel& control);
   void tick();
   void giveUpWaiting();
-  void report(bool whole);
-  std::string whatArrived() const;
+  void conclude();
+  std::string whatArrived();
+  const RecordFiles& files() const { return mPart->files(); }
 
   TerminalSession& mSession;
   const DownloadPlan& mPlan;
-  const RecordFiles& mFiles;
+  std::optional<PartFiles> mPart;
   std::u16string mHost;
   bool mWaitsForTerminal;
   bool mGaveUp = false;
   DownloadProgress mProgress;
 };
 
-/// What the download and its check said: whether the stream was whole.
-bool Download::callControl(Cronvel& control) {
-  const std::u16string file = toUtf16(pathText(mFiles.raw()));
-  if (mPlan.buffer) {
-    const Variant result = control.GetDataBuff(file);
-    const auto* code = std::get_if<std::int16_t>(&result);
-    return code != nullptr && *code == 0;
-  }
-  if (!mPlan.period) return control.GetData(mHost, file) == 0;
+void Download::callControl(Cronvel& control) {
+  const std::u16string file = toUtf16(pathText(files().raw()));
   const auto byte = [](int number) { return static_cast<std::uint8_t>(number); };
-  const auto& [from, to] = *mPlan.period;
-  return control.GetDataByDate(mHost, byte(from.day), byte(from.month), byte(from.year),
-                               byte(to.day), byte(to.month), byte(to.year), file) == 0;
+  try {
+    if (mPlan.buffer) {
+      control.GetDataBuff(file);
+    } else if (mPlan.period) {
+      const auto& [from, to] = *mPlan.period;
+      control.GetDataByDate(mHost, byte(from.day), byte(from.month), byte(from.year), byte(to.day),
+                            byte(to.month), byte(to.year), file);
+    } else {
+      control.GetData(mHost, file);
+    }
+  } catch (const RunTimeError& error) {
+    // The control's own check met bytes that are no records; the judgement says more about them.
+    if (error.number() != ErrorNumber::subscriptOutOfRange) throw;
+  }
 }
 
 void Download::run() {
   mHost = mSession.use(mPlan.peer);
-  EarlierFiles earlier(mFiles);
+  mPart.emplace(mPlan.files);
   receive();
-  if (!earlier.any()) return;
-  if (mPlan.overwrite)
-    earlier.remove();
-  else
-    mSession.out() << "the earlier download is kept as " << earlier.keptAs() << '\n';
+  conclude();
 }
 
 void Download::receive() {
   mSession.onTick([this] { tick(); });
-  bool whole = false;
   try {
-    whole = mSession.run([this](Cronvel& control) { return callControl(control); });
-    mProgress.arrived(mFiles.rawSize());
+    mSession.run([this](Cronvel& control) { callControl(control); });
+    mProgress.arrived(files().rawSize());
   } catch (const CommandFailure& failure) {
     mProgress.clear();
     throw CommandFailure(failure.status(), failure.what() + whatArrived());
@@ -108,23 +107,25 @@ void Download::receive() {
     throw CommandFailure(ExitStatus::noAnswer, "no terminal connected in on port " +
                                                    std::to_string(mPlan.peer.port) + " within " +
                                                    std::to_string(mPlan.waitSeconds) + " s");
-  if (mFiles.rawSize() == 0) throw mSession.failure("nothing came");
-  report(whole);
+  if (files().rawSize() == 0) throw mSession.failure("nothing came");
 }
 
-void Download::report(bool whole) {
-  mSession.say(mProgress.summary() + "; " + recordCounts(mSession.control()) +
-               "\nwritten: " + mFiles.describe());
-  warnOfDamage(mSession);
-  if (whole) return;
-  const bool strict = !mPlan.period && !mPlan.buffer;  // as the control checked it
-  throw CommandFailure(ExitStatus::notWhole, whyIncomplete(mSession, mFiles, strict));
+void Download::conclude() {
+  const bool wholeMemory = !mPlan.period && !mPlan.buffer;
+  const StreamReport report =
+      StreamReport::of(files().raw(), mSession.control().IdLen(), wholeMemory);
+  mSession.say(mProgress.summary() + "; " + report.counts());
+  if (!report.remark().empty()) mSession.warn(report.remark());
+  if (!report.whole()) throw CommandFailure(ExitStatus::notWhole, report.problem() + whatArrived());
+  const std::string keptAs = mPart->complete(mPlan.overwrite);
+  mSession.out() << "written: " << mPlan.files.describe() << '\n';
+  if (!keptAs.empty()) mSession.out() << "the earlier download is kept as " << keptAs << '\n';
 }
 
 void Download::tick() {
   if (mWaitsForTerminal && mSession.socketState() == sckConnected) mWaitsForTerminal = false;
   if (!mWaitsForTerminal)
-    mProgress.arrived(mFiles.rawSize());
+    mProgress.arrived(files().rawSize());
   else
     giveUpWaiting();
 }
@@ -139,12 +140,18 @@ void Download::giveUpWaiting() {
   mSession.control().WinSockClose(0);
 }
 
-std::string Download::whatArrived() const {
-  const std::uintmax_t bytes = mFiles.rawSize();
+/// Of a download that ended too early: a part of a sentence.
+std::string Download::whatArrived() {
+  const std::string file = pathText(files().raw());
+  const std::uintmax_t bytes = files().rawSize();
+  if (bytes == 0 && mProgress.bytes() > 0)
+    return "; " + std::to_string(mProgress.bytes()) + " bytes had arrived, but " + file +
+           " was deleted or emptied meanwhile";
   if (bytes == 0) return "; nothing had arrived";
-  const std::string file = pathText(mFiles.raw());
-  return "; " + std::to_string(bytes) + " bytes are in " + file + ", \"cronvel check " + file +
-         "\" reads them";
+  const std::string earlier = mPart->earlierPart();
+  return "; the " + std::to_string(bytes) + " bytes that came are in " + file +
+         ", \"cronvel check " + file + "\" reads them" +
+         (earlier.empty() ? "" : "; an earlier such part is kept as " + earlier);
 }
 
 std::optional<Period> readPeriod(const DownloadOptions& options) {
@@ -184,7 +191,7 @@ DownloadOptions addArguments(const Command& command) {
               "--buffer",
               "Fetch the whole memory by the terminal's other command, at 4800 baud (serial line)"),
           .overwrite = command.flag("--overwrite",
-                                    "Do not keep the earlier files once the new ones are complete"),
+                                    "Do not keep the earlier files once the new ones are whole"),
           .wait = command.number(
               "--wait", 0, 1000000,
               "Seconds to wait for a terminal that connects in; 0 for ever (default " +
@@ -200,10 +207,10 @@ void addDownloadCommand(const Command& cronvel) {
       cronvel.add("download", "Fetch the attendance records into a file, and check them");
   command.footer(
       "FILE.Hex gets the records just as the terminal sent them; FILE.txt, FILE.ddd and FILE.dat\n"
-      "are written from it (\"cronvel show FILE\" prints them). Files of an earlier download "
-      "under\n"
-      "the same name are kept as FILE.1.Hex and so on, and stay in place if nothing comes.\n"
-      "The end of the stream is 5 seconds of silence.\n"
+      "are written from it (\"cronvel show FILE\" prints them). Until all of it has come and was\n"
+      "found whole, they are called FILE.part.Hex and so on, and earlier files stay as they were;\n"
+      "then those are kept as FILE.1.Hex and so on. The end of the stream is 5 seconds of "
+      "silence.\n"
       "Over the network the terminal connects in (--listen); with --from and --to this PC "
       "connects\n"
       "to it (--host).");

@@ -22,7 +22,7 @@ void DownloadProgress::waiting(const std::string& forWhat) {
 
 void DownloadProgress::arrived(std::uintmax_t bytes) {
   const auto now = SteadyClock::now();
-  if (bytes != mBytes) {
+  if (bytes > mBytes) {
     if (mBytes == 0) mFirst = mLastLook;
     mLast = now;
     mBytes = bytes;

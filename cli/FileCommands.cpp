@@ -1,5 +1,3 @@
-#include <algorithm>
-#include <cctype>
 #include <fstream>
 #include <map>
 #include <memory>
@@ -8,8 +6,9 @@
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "cli/RecordFiles.h"
-#include "cli/RecordSummary.h"
 #include "cli/RecordTable.h"
+#include "cli/StreamReport.h"
+#include "records/RecordOutputs.h"
 #include "runtime/File.h"
 #include "runtime/Text.h"
 
@@ -25,31 +24,57 @@ struct CheckOptions {
   LinkChoice link;
 };
 
-bool isWrittenByCheck(const fs::path& path) {
-  std::string extension = path.extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return extension == ".txt" || extension == ".ddd" || extension == ".dat";
-}
-
 fs::path fileToCheck(const std::string& name) {
   const fs::path path = existingName(name);
-  if (isWrittenByCheck(path))
+  if (isReadable(path))
     throw CommandFailure(ExitStatus::wrongUse,
                          "\"" + name + "\": check reads the raw file (.Hex) and writes " +
                              path.extension().string() + " itself; give it the raw file");
   return path;
 }
 
+/// The readable files, while they are written, under a name of their own.
+class ReadableFiles {
+ public:
+  explicit ReadableFiles(const RecordFiles& files) : mFiles(files), mNew(files.named("checking")) {
+    mNew.requireOwn();
+    mOutputs.emplace(toUtf16(pathText(mNew.raw())));
+  }
+  ~ReadableFiles() {
+    mOutputs.reset();
+    std::error_code ignored;
+    for (std::size_t i = 1; i < mNew.all().size(); ++i) fs::remove(mNew.all()[i], ignored);
+  }
+  ReadableFiles(const ReadableFiles&) = delete;
+  ReadableFiles& operator=(const ReadableFiles&) = delete;
+
+  RecordSink& sink() { return *mOutputs; }
+  /// Gives them their name. Raises what a delayed write had to say.
+  void complete() {
+    mOutputs->close();
+    for (std::size_t i = 1; i < mNew.all().size(); ++i) fs::rename(mNew.all()[i], mFiles.all()[i]);
+  }
+
+ private:
+  const RecordFiles& mFiles;
+  RecordFiles mNew;
+  std::optional<RecordOutputs> mOutputs;
+};
+
 void check(TerminalSession& session, const RecordFiles& files, bool strict) {
-  const std::u16string name = toUtf16(pathText(files.raw()));
-  const bool whole =
-      session.run([&](Cronvel& control) { return control.CheckIntegrity(name, strict) == -1; });
-  session.out() << pathText(files.raw()) << ": " << recordCounts(session.control())
+  requireRegularFile(files.raw());
+  files.requireOwn();
+  const int idDigits = session.control().IdLen();
+  ReadableFiles readable(files);
+  StreamJudgement stream(static_cast<std::size_t>(idDigits) / 2, &readable.sink());
+  stream.read(files.raw());
+  const StreamReport report(stream, files.raw(), idDigits, strict);
+  if (!report.unreadable()) readable.complete();
+  session.out() << pathText(files.raw()) << ": " << report.counts()
                 << "\nfiles: " << files.describe() << '\n'
                 << std::flush;
-  warnOfDamage(session);
-  if (!whole) throw CommandFailure(ExitStatus::notWhole, whyIncomplete(session, files, strict));
+  if (!report.remark().empty()) session.warn(report.remark());
+  if (!report.whole()) throw CommandFailure(ExitStatus::notWhole, report.problem());
 }
 
 Invocation prepareCheck(const CheckOptions& options) {
@@ -63,11 +88,16 @@ Invocation prepareCheck(const CheckOptions& options) {
 void addCheck(const Command& cronvel) {
   const Command command = cronvel.add(
       "check", "Read a raw record file and write the readable ones beside it", Command::files);
-  command.footer("Every download does this by itself.");
+  command.footer(
+      "Every download does this by itself. A stream that is not whole (status 4) is read as far "
+      "as\n"
+      "it makes sense, and the places where it does not are told: record 57 is line 57 of the\n"
+      ".txt. Bytes that are no records, or another number of digits, leave earlier files as they\n"
+      "were, as does a raw file that cannot be read.");
   const CheckOptions options{
       .file = command.argument("FILE", "The raw file; \".Hex\" may be left out"),
       .strict = command.flag("--strict",
-                             "The record count in the stream's end must agree with its positions"),
+                             "The file is of a whole memory: its end must count as many records"),
       .link = command.link({addIdDigits, addSettingsFile})};
   command.prepare([=] { return prepareCheck(options); });
 }
@@ -77,10 +107,10 @@ std::ifstream openChecked(const RecordFiles& files) {
   if (!fs::exists(files.text(), error))
     throw RunTimeError(ErrorNumber::fileNotFound, pathText(files.text()) + "; \"cronvel check " +
                                                       pathText(files.raw()) + "\" writes it");
+  requireRegularFile(files.text());
   std::ifstream input(files.text(), std::ios::binary);
-  if (!fs::is_regular_file(files.text(), error) || !input)
-    throw RunTimeError(ErrorNumber::pathFileAccess,
-                       pathText(files.text()) + " cannot be read as a file");
+  if (!input)
+    throw RunTimeError(ErrorNumber::pathFileAccess, pathText(files.text()) + " cannot be read");
   return input;
 }
 
@@ -96,38 +126,59 @@ void warnIfOutdated(const RecordFiles& files, Io& io) {
 
 RecordFiles filesToShow(const std::string& name) {
   const fs::path path = existingName(name);
-  return RecordFiles(isWrittenByCheck(path) || !path.has_extension()
-                         ? fs::path(path).replace_extension(".Hex")
-                         : path);
+  if (isReadable(path)) return RecordFiles(fs::path(path).replace_extension(".Hex"));
+  RecordFiles files(path.has_extension() ? path : fs::path(path).replace_extension(".Hex"));
+  files.requireOwner();
+  return files;
 }
 
+/// What was read from a text file of records.
+struct Shown {
+  int records = 0;
+  int foreign = 0;   ///< lines
+  int idDigits = 4;  ///< of the last record
+};
+
 /// Without a limit, all.
+Shown showRecords(std::istream& input, RecordTable& table, std::optional<int> limit) {
+  Shown shown;
+  for (std::string line;
+       shown.records < limit.value_or(shown.records + 1) && std::getline(input, line);) {
+    const auto record = parseRecord(line);
+    ++(record ? shown.records : shown.foreign);
+    if (!record) continue;
+    table.add(*record);
+    shown.idDigits = static_cast<int>(record->card.size());
+  }
+  return shown;
+}
+
+/// The records on show are as good as the raw file that they were read from.
+void judgeRaw(const RecordFiles& files, const Shown& shown, Io& io) {
+  std::error_code error;
+  if (!fs::is_regular_file(files.raw(), error)) return;
+  const StreamReport report = StreamReport::of(files.raw(), shown.idDigits, false);
+  if (!report.remark().empty()) io.err << "cronvel: " << report.remark() << '\n';
+  if (!report.whole())
+    throw CommandFailure(ExitStatus::notWhole, pathText(files.raw()) + ": " + report.problem());
+}
+
 void show(const RecordFiles& files, TableFormat format, std::optional<int> limit, Io& io) {
   std::ifstream input = openChecked(files);
   warnIfOutdated(files, io);
   RecordTable table(io.out, format);
-  int shown = 0;
-  int foreign = 0;
-  for (std::string line; shown < limit.value_or(shown + 1) && std::getline(input, line);) {
-    const auto record = parseRecord(line);
-    if (record) {
-      table.add(*record);
-      ++shown;
-    } else {
-      ++foreign;
-    }
-  }
-  if (foreign > 0 && shown == 0)
+  const Shown shown = showRecords(input, table, limit);
+  if (shown.foreign > 0 && shown.records == 0)
     throw RunTimeError(
         ErrorNumber::typeMismatch,
         pathText(files.text()) +
             " holds no records; \"cronvel check\" writes such a file from a raw one");
   table.end();
-  if (foreign > 0)
-    io.err << "cronvel: " << foreign << " lines of " << pathText(files.text())
+  io.out.flush();
+  if (shown.foreign > 0)
+    io.err << "cronvel: " << shown.foreign << " lines of " << pathText(files.text())
            << " are no records and were passed over\n";
-  if (!io.out.flush())
-    throw RunTimeError(ErrorNumber::deviceIoError, "the records could not be written out");
+  if (limit != 0) judgeRaw(files, shown, io);
 }
 
 TableFormat readFormat(const std::string& text) {
@@ -145,7 +196,7 @@ void addShow(const Command& cronvel) {
       cronvel.add("show", "Print the records of a checked file", Command::files);
   command.footer(
       "Columns: card number, date (DD/MM/YY), time (HH:MM) and type, the terminal's code for the\n"
-      "kind of punch. A \"?\" is a damaged digit.");
+      "kind of punch. A \"?\" is a damaged digit. Status 4: the raw file beside is not whole.");
   const Text file = command.argument("FILE", "The raw file or the .txt beside it");
   const Text format = command.option("--format", "FORMAT", "table (default), csv or json");
   *format = "table";

@@ -8,7 +8,7 @@
 
 namespace cronvel {
 
-/// The raw record file and the files that the check writes beside it.
+/// The raw record file and the files that are read from it, beside it.
 class RecordFiles {
  public:
   explicit RecordFiles(std::filesystem::path rawFile);
@@ -17,10 +17,18 @@ class RecordFiles {
   const std::filesystem::path& text() const { return mFiles[1]; }
   const std::array<std::filesystem::path, 4>& all() const { return mFiles; }
 
+  /// The files of the same name with `word` in it: a.Hex gives a.part.Hex.
+  RecordFiles named(const std::string& word) const;
   /// Bytes in the raw file; 0 when it is missing.
   std::uintmax_t rawSize() const;
   /// "a.Hex (120 bytes), a.txt (...), ...", as far as they exist.
   std::string describe() const;
+
+  /// Fails where the readable files may not be written: one that is there holds something else, or
+  /// they are another raw file's.
+  void requireOwn() const;
+  /// Fails where the readable files are another raw file's.
+  void requireOwner() const;
 
  private:
   std::array<std::filesystem::path, 4> mFiles;
@@ -32,8 +40,13 @@ std::filesystem::path downloadName(const std::string& file);
 /// The raw file for the name that was given to `check` or `show`: "a" also means "a.Hex".
 std::filesystem::path existingName(const std::string& file);
 
-/// The files of an earlier download, moved aside (a.Hex to a.1.Hex) so that a new one under the
-/// same name cannot destroy them. Moves them back at the end if nothing new has come.
+/// Whether the name is one of a file that is read from a raw one.
+bool isReadable(const std::filesystem::path& file);
+/// 53 or 75 for what is no file that can be read twice: a folder, a pipe, a terminal.
+void requireRegularFile(const std::filesystem::path& file);
+
+/// Files that stand under a name that others are to get, moved aside (a.Hex to a.1.Hex). They are
+/// put back at the end if by then nothing new stands there.
 class EarlierFiles {
  public:
   explicit EarlierFiles(const RecordFiles& files);
@@ -44,7 +57,8 @@ class EarlierFiles {
   bool any() const { return !mMoved.empty(); }
   /// For a person: "a.1.Hex".
   std::string keptAs() const;
-  void remove();
+  /// Deletes them if the raw one is the beginning of the new raw file.
+  void removeIfContained();
 
  private:
   struct Move {
@@ -55,8 +69,32 @@ class EarlierFiles {
   void moveAside();
   void putBack();
 
-  const RecordFiles& mFiles;
+  RecordFiles mFiles;
   std::vector<Move> mMoved;
+};
+
+/// The files of a download while it is made, under a name of their own ("a.part.Hex") beside those
+/// that it is to get: whatever ends it, earlier files stay as they were.
+class PartFiles {
+ public:
+  /// Finds out what cannot be written now rather than after the terminal has begun to stream.
+  /// Raises 70 where another download writes them, 75 and 76.
+  explicit PartFiles(const RecordFiles& whole);
+
+  const RecordFiles& files() const { return mPart; }
+  /// Gives them their name. Earlier files of that name are overwritten, or kept under another,
+  /// which is returned; empty where there were none.
+  std::string complete(bool overwrite);
+  /// Where an earlier download that was cut short is kept, if it has something of its own; empty
+  /// where there is none.
+  std::string earlierPart();
+
+ private:
+  static RecordFiles probed(const RecordFiles& whole, const RecordFiles& part);
+
+  RecordFiles mWhole;
+  RecordFiles mPart;
+  EarlierFiles mEarlier;
 };
 
 }  // namespace cronvel

@@ -4,6 +4,7 @@
 #include "platform/Console.h"
 
 int main(int argc, char** argv) {
+  cronvel::reportFileSizeLimit();
   const auto platform = cronvel::Platform::create();
   cronvel::Io io{std::cout, std::cerr, cronvel::isTerminal(2), cronvel::isTerminal(0)};
   return static_cast<int>(cronvel::runCommandLine(*platform, io, {argv + 1, argv + argc}));

@@ -39,11 +39,18 @@ class RecordStream {
   RecordStream(std::size_t cardBytes, bool DoCheck, RecordSink& sink, std::int32_t& damaged)
       : mCardBytes(cardBytes), mDoCheck(DoCheck), mSink(sink), mDamaged(damaged) {}
 
+  /// Whether a byte says what kind of record follows.
+  static bool isMarker(std::uint8_t byte) { return markerOf(byte) != nullptr; }
+
   /// Raises 9 for more than 21 bytes that complete no record.
   void take(std::uint8_t byte);
 
   /// Card records so far.
   std::int32_t records() const { return mRecords; }
+  /// Bytes so far of a record that is not complete.
+  std::size_t pending() const { return mCollected; }
+  /// Whether the trailer has begun: all further bytes are its.
+  bool inTrailer() const { return mMode == Mode::trailer; }
   /// Whether what came so far ends in a valid trailer, or breaks off within it.
   bool whole() const { return mMode == Mode::trailer && mTrailerValid; }
 

@@ -6,4 +6,6 @@ namespace cronvel {
 
 bool isTerminal(int standardStream) { return _isatty(standardStream) != 0; }
 
+void reportFileSizeLimit() {}  // there is none
+
 }  // namespace cronvel

@@ -66,7 +66,6 @@ download a --port 1 --speed 38400 -> 19200
 download a --port 1 --from 01/03/07 -> --to
 download a --listen 5000 --buffer -> serial line only
 download a --port 1 --buffer --from 1/3/07 --to 2/3/07 -> --buffer
-check a.TXT -> raw file
 dial --port 1 -> --tel
 monitor --group 5 --port 1 -> leave out
 alarms schedule @a.Hex --port 1 -> has 24)");
@@ -75,26 +74,22 @@ alarms schedule @a.Hex --port 1 -> has 24)");
 TEST_F(CommandLineTest, ErrorsShowNumberAndCause) {
   mFolder.write("garbage.Hex", std::string(40, '\x01'));
   mFolder.write("plain.Hex", "");
-  mFolder.write("b.txt", "earlier");
   std::filesystem::create_directory(mFolder / "b.Hex");
   expectFailures(3, R"(download @b --port 999 -> error 75:
 test --port @none -> error 8002:
 download @none/a --port 999 -> error 76:
-check @garbage -> error 9:
 show @plain -> cronvel check)");
   expectFailures(2, R"(test --settings @garbage.Hex -> error 13:
 settings @none -> error 53:
 alarms table @none --port 1 -> error 53:)");
-  EXPECT_EQ(mFolder.read("b.txt"), "earlier");
 }
 
 TEST_F(CommandLineTest, CheckThenShow) {
   mFolder.write("a.Hex", fromHex("BB 31 12 07 00 12 09 30 A3 00 1A 10 15 "
                                  "E3 00 00 00 00 02 00 00 02 00 00 E3"));
-  EXPECT_EQ(run("check @a --strict"), 0) << err();
+  EXPECT_EQ(run("check @a --strict"), 4);
   EXPECT_NE(out().find("2 records, 1 damaged"), std::string::npos) << out();
-  EXPECT_NE(err().find("damaged"), std::string::npos);
-  EXPECT_EQ(run("show @a.txt --format csv"), 0) << err();
+  EXPECT_EQ(run("show @a.txt --format csv"), 4);
   EXPECT_EQ(out(),
             "card,date,time,type\n\"0012\",\"31/12/07\",\"09:30\",\"ED\"\n"
             "\"001?\",\"31/12/07\",\"10:15\",\"A3\"\n");
@@ -121,12 +116,80 @@ TEST_F(CommandLineTest, ShowFormatsRecordsAndNothingElse) {
 )");
 }
 
-TEST_F(CommandLineTest, CheckSaysWhatIsWrongWithTheEnd) {
-  const std::string records = "BB 31 12 07 00 12 09 30 ";
-  mFolder.write("cut.Hex", fromHex(records));
-  mFolder.write("count.Hex", fromHex(records + "E3 00 00 00 00 02 00 00 FF 00 00 E3"));
-  expectFailures(4, "check @cut -> not complete\ncheck @count --strict -> record count");
-  EXPECT_EQ(run("check @count"), 0) << err();
+/// Days of eight records, as a terminal streams them; 32 bytes of records and a date each.
+std::string recordsOfDays(int days) {
+  std::string stream;
+  for (int day = 1; day <= days; ++day) {
+    stream += fromHex("BB 0" + std::to_string(day) + " 12 07");
+    for (int i = 0; i < 8; ++i)
+      stream += fromHex("10 2" + std::to_string(i) + " 07 5" + std::to_string(i));
+  }
+  return stream;
+}
+
+std::string trailer(const std::string& count) {
+  return fromHex("E3 00 00 00 00 10 00 " + count + " 00 00 E3");
+}
+
+TEST_F(CommandLineTest, AStreamThatIsNotWholeIsToldWithThePlace) {
+  const std::string whole = recordsOfDays(2) + trailer("00 10");
+  struct Case {
+    std::string stream;
+    std::string command;
+    std::string said;
+  };
+  const auto changed = [&](std::size_t at, const char* bytes, std::size_t removed = 1) {
+    return std::string(whole).replace(at, removed, fromHex(bytes));
+  };
+  const std::vector<Case> cases{
+      {whole.substr(0, 50), "check @a", "at byte 50, after record 10: the stream breaks off"},
+      {whole.substr(0, 80), "check @a", "at byte 80, after record 16: the stream breaks off"},
+      {changed(12, "1F"), "check @a", "at byte 12, in record 3: a damaged digit"},
+      {changed(14, "24"), "check @a", "at byte 12, in record 3: an impossible time"},
+      {changed(15, "60"), "check @a", "at byte 12, in record 3: an impossible time"},
+      {changed(38, "13"), "check @a", "at byte 37, between records 8 and 9: an impossible date"},
+      {changed(33, "", 2), "check @a", "at byte 32, between records 7 and 8: bytes that complete"},
+      {changed(83, "00"), "check @a", "at byte 83, after record 16: the end is damaged"},
+      {whole + "x", "check @a", "at byte 84, after record 16: bytes follow the end"},
+      {std::string(30, '\x01'), "check @a", "at byte 0, before any record: bytes that are no"},
+      {changed(6, "99 99 10 22 99 99 10 23 99 99 10 24 99 99", 14), "check @a",
+       "4 places are wrong, the first are at byte 4"},
+      {recordsOfDays(2) + trailer("00 1B"), "check @a --strict", "16 records came, but"},
+      {recordsOfDays(9) + trailer("00 48"), "check @a --id-digits 12", "use --id-digits 4"},
+  };
+  for (const Case& each : cases) {
+    mFolder.write("a.Hex", each.stream);
+    expectFailures(4, each.command + " -> " + each.said);
+  }
+  mFolder.write("a.Hex", recordsOfDays(2) + trailer("00 1A"));
+  EXPECT_EQ(run("check @a --strict"), 0);  // a few more or less are said
+  EXPECT_NE(err().find("16 records came, but"), std::string::npos) << err();
+}
+
+TEST_F(CommandLineTest, ACheckTakesNobodysFiles) {
+  const std::string whole = recordsOfDays(2) + trailer("00 10");
+  mFolder.write("a.Hex", whole);
+  ASSERT_EQ(run("check @a"), 0) << err();
+  const std::string earlier = mFolder.read("a.txt");
+  mFolder.write("a.bin", whole);
+  mFolder.write("b.raw", whole);
+  mFolder.write("b.dat", "notes\n");
+  mFolder.write("c.raw", whole);
+  mFolder.write("c.bin", whole);
+  std::filesystem::create_directory(mFolder / "d.Hex");
+  expectFailures(2, R"(check @a.bin -> belongs to
+show @a.bin -> belongs to
+check @b.raw -> something else
+check @a.txt -> raw file
+download @b --port @none -> something else)");
+  EXPECT_EQ(run("check @c.raw"), 0) << err();
+  expectFailures(2, "check @c.bin -> belongs to");
+  expectFailures(3, "check @d.Hex -> not a regular file\ncheck /dev/null -> not a regular file");
+  mFolder.write("a.Hex", std::string(40, '\x01'));
+  expectFailures(4, "check @a -> no terminal's records");
+  EXPECT_EQ(run("show @a"), 4);
+  EXPECT_EQ(mFolder.read("a.txt"), earlier);
+  EXPECT_EQ(mFolder.read("b.dat"), "notes\n");
 }
 
 TEST_F(CommandLineTest, SettingsAreWrittenAndUsed) {

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "cli/CommandFailure.h"
-#include "runtime/DelimitedInput.h"
 #include "runtime/File.h"
 #include "runtime/Text.h"
 
@@ -146,13 +145,6 @@ std::vector<std::string> linesOf(const std::string& fileName) {
     if (!line.empty() && line.front() != '#') lines.push_back(line);
   }
   return lines;
-}
-
-std::size_t fieldsOf(const std::string& fileName) {
-  DelimitedInput input(toPath(toUtf16(fileName)));
-  std::size_t count = 0;
-  for (std::string field; input.next(field);) ++count;
-  return count;
 }
 
 }  // namespace cronvel

@@ -28,8 +28,6 @@ std::string hexText(std::span<const std::uint8_t> bytes);
 
 /// The lines of a text file, without those that are empty or start with "#". Raises 53.
 std::vector<std::string> linesOf(const std::string& fileName);
-/// How many fields a card list file has. Raises 53.
-std::size_t fieldsOf(const std::string& fileName);
 
 /// A day of the calendar that the terminal keeps, which need not be the PC's.
 struct CalendarDay {

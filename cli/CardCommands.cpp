@@ -2,7 +2,9 @@
 #include <vector>
 
 #include "cli/Arguments.h"
+#include "cli/CardFile.h"
 #include "cli/Command.h"
+#include "cli/Confirmation.h"
 #include "runtime/Text.h"
 
 namespace cronvel {
@@ -29,46 +31,54 @@ void addEach(const Command& card, const std::string& verb, const std::string& he
   });
 }
 
-void addDeleteAll(const Command& card) {
-  const Command command = card.add("delete-all", "Delete every card number in the terminal");
-  const Flag yes = command.flag("--yes", "Confirms it; nothing is deleted without");
-  command.prepareTask([=] {
-    if (!*yes)
-      throw CommandFailure(
-          ExitStatus::wrongUse,
-          "delete-all deletes every card number in the terminal; confirm with --yes");
-    return requireSuccess("every card deleted", [](Cronvel& c, const std::u16string& host) {
-      return c.DeleteCardAll(host) == successReply;
-    });
+Invocation prepareDeleteAll(const LinkOptions& options, bool ask, const Io& io) {
+  const Link link = Link::toTerminal(options);
+  const Invocation task(link, [peer = link.connects("delete-all")](TerminalSession& session) {
+    const std::u16string host = session.use(peer);
+    session.require("every card deleted",
+                    [&](Cronvel& c) { return c.DeleteCardAll(host) == successReply; });
   });
+  return ask ? confirmed("Delete every card number", options, io, task) : task;
 }
 
-/// `fields` is how many the file has.
+void addDeleteAll(const Command& card, const Io& io) {
+  const Command command = card.add("delete-all", "Delete every card number in the terminal");
+  const Flag yes = command.flag("--yes", "Do not ask");
+  const LinkChoice link = command.link();
+  command.prepare([=, &io] { return prepareDeleteAll(*link, !*yes, io); });
+}
+
 void upload(TerminalSession& session, const std::u16string& host, const std::string& fileName,
-            std::size_t fields) {
-  std::int32_t cards = 0;
+            const CardFile& list) {
+  std::size_t taken = 0;
+  for (const std::string& remark : list.remarks()) session.warn(remark);
   session.onUpload([&](std::int32_t sent, std::int32_t all) {
-    cards = all;
+    taken = static_cast<std::size_t>(all);
     session.progress(std::to_string(sent) + " of " + std::to_string(all) + " cards");
   });
   const std::uint8_t reply =
       session.run([&](Cronvel& c) { return c.AddCardFile(host, toUtf16(fileName)); });
   session.progress({});
   if (reply != successReply) throw session.failure("it did not take the list");
-  session.say(std::to_string(cards) + " cards loaded from " + fileName + "; " +
-              std::to_string(fields - static_cast<std::size_t>(cards)) +
-              " other fields passed over");
+  if (taken != list.numbers())
+    throw CommandFailure(ExitStatus::error,
+                         fileName + " was changed while it was sent: " + std::to_string(taken) +
+                             " numbers, not " + std::to_string(list.numbers()));
+  session.say(std::to_string(list.cards()) + (list.cards() == 1 ? " card" : " cards") +
+              " loaded from " + fileName);
 }
 
 void addUpload(const Command& card) {
   const Command command = card.add("upload", "Load a list of card numbers from a text file");
   command.footer(
-      "Takes at least 0.15 seconds for each card. Fields that are no card number are\n"
-      "passed over.");
-  const Text fileName = command.argument("FILE", "Numbers of up to 4 digits, by commas or lines");
+      "One number to a line, or all in one line with commas between. The whole list is read "
+      "first;\n"
+      "what is no card number is told with its line and column, and nothing is sent. Takes at\n"
+      "least 0.15 seconds for each card.");
+  const Text fileName = command.argument("FILE", "Numbers of up to 4 digits");
   command.prepareTask([=] {
-    return [=, fields = fieldsOf(*fileName)](TerminalSession& session, const std::u16string& host) {
-      upload(session, host, *fileName, fields);
+    return [=, list = CardFile(*fileName)](TerminalSession& session, const std::u16string& host) {
+      upload(session, host, *fileName, list);
     };
   });
 }
@@ -87,13 +97,13 @@ void addTable(const Command& card) {
 
 }  // namespace
 
-void addCardCommands(const Command& cronvel) {
+void addCardCommands(const Command& cronvel, const Io& io) {
   const Command card =
       cronvel.addFamily("card", "Card numbers: add, delete, upload", Command::people);
   addEach(card, "add", "Add card numbers, one after another", " added", &Cronvel::AddCardSimple);
-  addEach(card, "delete", "Delete card numbers, one after another", " deleted",
+  addEach(card, "delete", "Delete card numbers, one after another", " is not in the list any more",
           &Cronvel::DeleteCardSimple);
-  addDeleteAll(card);
+  addDeleteAll(card, io);
   addUpload(card);
   addTable(card);
 }

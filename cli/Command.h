@@ -86,7 +86,7 @@ inline constexpr std::uint8_t successReply = 24;
 void addTerminalCommands(const Command& cronvel, const Io& io);
 void addDeviceCommands(const Command& cronvel);
 void addDownloadCommand(const Command& cronvel);
-void addCardCommands(const Command& cronvel);
+void addCardCommands(const Command& cronvel, const Io& io);
 void addPeopleCommands(const Command& cronvel);
 void addMonitorCommand(const Command& cronvel);
 void addFileCommands(const Command& cronvel);

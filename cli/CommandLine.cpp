@@ -38,7 +38,7 @@ void addCommands(const Command& cronvel, const Io& io) {
   addTerminalCommands(cronvel, io);
   addDeviceCommands(cronvel);
   addDownloadCommand(cronvel);
-  addCardCommands(cronvel);
+  addCardCommands(cronvel, io);
   addPeopleCommands(cronvel);
   addMonitorCommand(cronvel);
   addFileCommands(cronvel);

@@ -4,6 +4,7 @@
 
 #include "cli/Arguments.h"
 #include "cli/Command.h"
+#include "cli/Confirmation.h"
 #include "runtime/Text.h"
 
 namespace cronvel {
@@ -187,39 +188,13 @@ void addSetKeyboard(const Command& cronvel) {
   });
 }
 
-void requireSomebodyToAsk(const Io& io) {
-  if (!io.canAsk)
-    throw CommandFailure(ExitStatus::wrongUse,
-                         "reset-memory erases every record in the terminal and nobody is here to "
-                         "confirm it; add --yes");
-}
-
-void confirmReset(Platform& platform, const std::string& which) {
-  const auto answer = platform.msgBox().show(toUtf16("Erase every record in " + which + "?"),
-                                             MsgBox::Buttons::yesNo, u"cronvel");
-  if (answer != MsgBox::Answer::yes)
-    throw CommandFailure(ExitStatus::refused, "nothing was erased");
-}
-
-std::string named(const LinkOptions& link) {
-  const auto device = link.properties.find("DeviceNum");
-  if (device == link.properties.end()) return "the terminal";
-  return "terminal " + std::to_string(std::get<std::int16_t>(device->second));
-}
-
 Invocation prepareReset(const LinkOptions& options, bool ask, const Io& io) {
   const Link link = Link::toTerminal(options);
-  if (ask) requireSomebodyToAsk(io);
   const Invocation reset(link, [peer = link.connects("reset-memory")](TerminalSession& session) {
     const std::u16string host = session.use(peer);
     session.require("record memory erased", [&](Cronvel& c) { return c.ResetMem(host); });
   });
-  if (!ask) return reset;
-  // Before the session begins: while a question waits, Ctrl-C must simply end the program.
-  return Invocation([=, which = named(options)](Shell shell) {
-    confirmReset(shell.platform, which);
-    reset.run(shell);
-  });
+  return ask ? confirmed("Erase every record", options, io, reset) : reset;
 }
 
 void addResetMemory(const Command& cronvel, const Io& io) {

@@ -59,6 +59,7 @@ test --port 1 --device 100 -> 0 to 99
 set-keyboard 1 --listen 5000 -> --host
 set-daylight 21/13 22/09 --port 1 -> START
 reset-memory --port 1 -> --yes
+card delete-all --port 1 -> --yes
 set-clock --listen 5000 -> --host
 set-clock --date 31/02/85 --port 1 -> --weekday
 download a.bin --port 1 -> a.Hex
@@ -190,6 +191,42 @@ download @b --port @none -> something else)");
   EXPECT_EQ(run("show @a"), 4);
   EXPECT_EQ(mFolder.read("a.txt"), earlier);
   EXPECT_EQ(mFolder.read("b.dat"), "notes\n");
+}
+
+TEST_F(CommandLineTest, ACardListIsReadBeforeAnythingIsSent) {
+  const std::vector<std::pair<std::string, std::string>> refused{
+      {"1\n&H10\n", "line 2, column 1: \"&H10\""},
+      {"1,2, &O17", "line 1, column 6: \"&O17\""},
+      {"-4", "\"-4\" is no card number"},
+      {"12345", "more than the 4 digits"},
+      {"1\r\n1e3", "line 2, column 1: \"1e3\""},
+      {"7.0", "\"7.0\""},
+      {"+6", "\"+6\""},
+      {"card\n12", "line 1, column 1: \"card\""},
+      {"\"Ahmadi, Reza\",12,1021", "line 1, column 1: \"Ahmadi, Reza\""},
+      {"12,1021\n13,1022", "line 1, column 4: a second column"},
+      {"12\n13,1022", "line 2, column 4: a second column"},
+      {"12;13", "\"12;13\""},
+      {"12\t13", "\"12?13\""},
+      {"\"12\"13", "line 1, column 5: a separator"},
+      {"12\n\"13", "line 2, column 1: a quote"},
+      {" ,\n\n", "holds no card number"},
+      {"", "holds no card number"},
+      {"\xFF\xFE" "1", "UTF-16"},
+      {std::string("1\0002\000", 4), "UTF-16"},
+  };
+  for (const auto& [list, said] : refused) {
+    mFolder.write("list", list);
+    expectFailures(2, "card upload @list --port @none -> " + said);
+  }
+  expectFailures(2, "card upload /dev/null --port 1 -> not a regular file");
+  mFolder.write("list",
+                "\xEF\xBB\xBF"
+                "0012\n\"7\" \n 9 ,\n12\n");
+  EXPECT_EQ(run("card upload @list --port @none"), 3);
+  EXPECT_NE(err().find("byte order mark"), std::string::npos) << err();
+  EXPECT_NE(err().find("card 12 stands more than once"), std::string::npos) << err();
+  EXPECT_NE(err().find("lines 1 and 4"), std::string::npos) << err();
 }
 
 TEST_F(CommandLineTest, SettingsAreWrittenAndUsed) {

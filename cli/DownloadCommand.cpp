@@ -1,3 +1,5 @@
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <optional>
 #include <ostream>
@@ -7,6 +9,7 @@
 #include "cli/DownloadProgress.h"
 #include "cli/RecordFiles.h"
 #include "cli/StreamReport.h"
+#include "records/StreamJudgement.h"
 #include "runtime/File.h"
 #include "runtime/Text.h"
 
@@ -25,6 +28,9 @@ struct DownloadOptions {
 };
 
 constexpr int defaultWaitSeconds = 60;
+constexpr int forEver = 365 * 24 * 3600;
+/// Bytes behind the end of the records at so many looks may be noise.
+constexpr int noiseLooks = 2;
 
 struct Period {
   CalendarDay from;
@@ -43,17 +49,16 @@ struct DownloadPlan {
 class Download {
  public:
   Download(TerminalSession& session, const DownloadPlan& plan)
-      : mSession(session),
-        mPlan(plan),
-        mWaitsForTerminal(plan.peer.kind == Peer::Kind::caller),
-        mProgress(session) {}
+      : mSession(session), mPlan(plan), mProgress(session) {}
   void run();
 
  private:
   void receive();
-  void callControl(Cronvel& control);
+  bool callControl(Cronvel& control);
   void tick();
   void giveUpWaiting();
+  void follow();
+  void cutOff();
   void conclude();
   std::string whatArrived();
   const RecordFiles& files() const { return mPart->files(); }
@@ -62,12 +67,15 @@ class Download {
   const DownloadPlan& mPlan;
   std::optional<PartFiles> mPart;
   std::u16string mHost;
-  bool mWaitsForTerminal;
   bool mGaveUp = false;
   DownloadProgress mProgress;
+  std::optional<StreamJudgement> mSoFar;  ///< of what has come
+  std::uintmax_t mFollowed = 0;           ///< bytes of it
+  int mLooksAfterEnd = 0;
 };
 
-void Download::callControl(Cronvel& control) {
+/// True: what it brought shows in the file.
+bool Download::callControl(Cronvel& control) {
   const std::u16string file = toUtf16(pathText(files().raw()));
   const auto byte = [](int number) { return static_cast<std::uint8_t>(number); };
   try {
@@ -84,11 +92,14 @@ void Download::callControl(Cronvel& control) {
     // The control's own check met bytes that are no records; the judgement says more about them.
     if (error.number() != ErrorNumber::subscriptOutOfRange) throw;
   }
+  return true;
 }
 
 void Download::run() {
   mHost = mSession.use(mPlan.peer);
+  mSession.callerWait(std::chrono::seconds(mPlan.waitSeconds == 0 ? forEver : mPlan.waitSeconds));
   mPart.emplace(mPlan.files);
+  mSession.quietLine();
   receive();
   conclude();
 }
@@ -96,7 +107,7 @@ void Download::run() {
 void Download::receive() {
   mSession.onTick([this] { tick(); });
   try {
-    mSession.run([this](Cronvel& control) { callControl(control); });
+    mSession.run([this](Cronvel& control) { return callControl(control); });
     mProgress.arrived(files().rawSize());
   } catch (const CommandFailure& failure) {
     mProgress.clear();
@@ -108,6 +119,35 @@ void Download::receive() {
                                                    std::to_string(mPlan.peer.port) + " within " +
                                                    std::to_string(mPlan.waitSeconds) + " s");
   if (files().rawSize() == 0) throw mSession.failure("nothing came");
+  if (mLooksAfterEnd > 0) cutOff();
+}
+
+/// What has come since the last look. A terminal that was left monitored goes on with live events
+/// behind its records, and the silence that ends a stream never comes.
+void Download::follow() {
+  if (!mSoFar || files().rawSize() < mFollowed) {
+    mSoFar.emplace(mSession.control().IdLen() / 2U);
+    mFollowed = 0;
+  }
+  std::ifstream file(files().raw(), std::ios::binary);
+  file.seekg(static_cast<std::streamoff>(mFollowed));
+  const std::uintmax_t before = mFollowed;
+  for (char byte = 0; file.get(byte); ++mFollowed) mSoFar->take(static_cast<std::uint8_t>(byte));
+  if (mSoFar->trailerEnd().value_or(mFollowed) < mFollowed && mFollowed > before) ++mLooksAfterEnd;
+  if (mLooksAfterEnd > noiseLooks) mSession.control().endCommand();
+}
+
+void Download::cutOff() {
+  follow();
+  const std::uintmax_t end = mSoFar->trailerEnd().value_or(mFollowed);
+  if (mLooksAfterEnd <= noiseLooks) return;
+  mSession.warn(std::to_string(mFollowed - end) +
+                " bytes of live events behind the records are cut off: monitoring is on; " +
+                "\"cronvel monitor --seconds 1\" switches it off");
+  std::filesystem::resize_file(files().raw(), end);
+  mSession.run([this](Cronvel& control) {
+    return control.CheckIntegrity(toUtf16(pathText(files().raw())), false);
+  });
 }
 
 void Download::conclude() {
@@ -123,19 +163,16 @@ void Download::conclude() {
 }
 
 void Download::tick() {
-  if (mWaitsForTerminal && mSession.socketState() == sckConnected) mWaitsForTerminal = false;
-  if (!mWaitsForTerminal)
-    mProgress.arrived(files().rawSize());
-  else
-    giveUpWaiting();
+  if (mPlan.peer.kind == Peer::Kind::caller && mSession.socketState() == sckListening)
+    return giveUpWaiting();
+  mProgress.arrived(files().rawSize());
+  follow();
 }
 
 void Download::giveUpWaiting() {
   mProgress.waiting("a terminal to connect in on port " + std::to_string(mPlan.peer.port));
   const int limit = mPlan.waitSeconds;
-  if (limit == 0 || mSession.socketState() != sckListening || mProgress.secondsSinceStart() < limit)
-    return;
-  mWaitsForTerminal = false;
+  if (limit == 0 || mProgress.secondsSinceStart() < limit) return;
   mGaveUp = true;
   mSession.control().WinSockClose(0);
 }

@@ -12,6 +12,7 @@ namespace cronvel {
 namespace {
 
 constexpr std::int32_t tickMilliseconds = 200;
+constexpr auto listenBefore = std::chrono::milliseconds(400);
 
 std::unique_ptr<Platform> makeTrace(Shell shell) {
   return std::make_unique<TracingPlatform>(shell.platform, [&io = shell.io](std::string_view line) {
@@ -62,7 +63,8 @@ void TerminalSession::setUp(const Link& link) {
 
 std::u16string TerminalSession::use(const Peer& peer) {
   mCallerPort = peer.kind == Peer::Kind::caller ? peer.port : 0;
-  if (peer.kind == Peer::Kind::line) return {};
+  mOnLine = peer.kind == Peer::Kind::line;
+  if (mOnLine) return {};
   mControl.WinSockProtocol(sckTCPProtocol);
   if (peer.kind == Peer::Kind::caller) {
     mControl.WinSockLocalPort(peer.port);
@@ -74,6 +76,22 @@ std::u16string TerminalSession::use(const Peer& peer) {
   mControl.WinSockRemotePort(peer.port);
   mControl.SetWinSockUDPMode(0);  // the one mode member that applies the remote port
   return host;
+}
+
+void TerminalSession::quietLine() {
+  if (!mOnLine || mDialled) return;
+  const bool talks = run([this](Cronvel& control) {
+    SerialPort& port = control.port();
+    if (!port.PortOpen()) port.PortOpen(true);
+    port.InBufferCount(0);
+    const auto end = SteadyClock::now() + listenBefore;
+    while (SteadyClock::now() < end && port.InBufferCount() == 0 && !interrupted()) waitEvents();
+    return port.InBufferCount() > 0;
+  });
+  if (!talks) return;
+  warn("bytes come unasked: monitoring was left on, and is switched off first");
+  if (!run([](Cronvel& control) { return control.switchLineOff(); }))
+    warn(terminal() + " has not confirmed that; another terminal may be the one that talks");
 }
 
 void TerminalSession::requireUninterrupted() const {

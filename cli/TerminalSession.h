@@ -33,6 +33,9 @@ class TerminalSession : private __Cronvel, private Container {
 
   /// Makes socket 0 ready for the next command's peer. Returns the `sRemoteHost` for the command.
   std::u16string use(const Peer& peer);
+  /// Switches monitoring off on a serial line on which bytes come unasked: who monitored it was
+  /// killed, and a stream that only silence ends would never end.
+  void quietLine();
   /// Runs handlers while nothing else is to be done.
   void waitEvents() { mShell.platform.messagePump().waitEvents(); }
 
@@ -157,6 +160,7 @@ class TerminalSession : private __Cronvel, private Container {
   std::string mSocketError;  ///< of the call under way
   std::size_t mNotesBefore = 0;
   int mCallerPort = 0;  ///< where a terminal is to connect in; 0: nowhere
+  bool mOnLine = false;
   SteadyClock::duration mCallerWait = std::chrono::seconds(10);
   std::optional<SteadyClock::time_point> mCallerLimit;  ///< after somebody else was passed over
   ExitStatus mSocketStatus = ExitStatus::error;

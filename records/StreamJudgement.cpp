@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t readBlock = 64 * 1024;
 constexpr std::size_t trailerSize = 11;
-constexpr std::uint8_t trailerEnd = 0xE3;
+constexpr std::uint8_t trailerClose = 0xE3;
 constexpr std::size_t faultsTold = 3;
 constexpr int mostDigits = 38;
 /// Enough to tell readings apart, little enough to try them all.
@@ -81,7 +81,10 @@ void StreamJudgement::takeRecords(std::uint8_t byte) {
 void StreamJudgement::takeTrailer(std::uint8_t byte) {
   if (mTrailer.size() < trailerSize) {
     mTrailer.push_back(byte);
-    if (mTrailer.size() == trailerSize && byte != trailerEnd)
+    if (mTrailer.size() < trailerSize) return;
+    if (byte == trailerClose)
+      mTrailerEnd = mOffset + 1;
+    else
       fault(StreamFault::Kind::badTrailer, mOffset);
   } else if (mTrailer.size() == trailerSize) {
     mTrailer.push_back(byte);  // told once
@@ -116,7 +119,7 @@ void StreamJudgement::fault(StreamFault::Kind kind, std::uint64_t offset) {
 }
 
 std::optional<std::int32_t> StreamJudgement::announced() const {
-  if (mTrailer.size() < trailerSize || mTrailer[trailerSize - 1] != trailerEnd) return {};
+  if (!mTrailerEnd) return {};
   return mTrailer[6] * 256 + mTrailer[7];
 }
 

@@ -49,6 +49,8 @@ class StreamJudgement : private RecordSink {
   std::int32_t damaged() const { return mDamaged; }
   /// How many records a complete trailer says there are.
   std::optional<std::int32_t> announced() const;
+  /// Where a complete trailer ends; nothing before.
+  std::optional<std::uint64_t> trailerEnd() const { return mTrailerEnd; }
   /// How many faults there are.
   std::uint64_t faults() const { return mFaults; }
   /// The first few of them.
@@ -71,6 +73,7 @@ class StreamJudgement : private RecordSink {
   bool mCompleted = false;         ///< the byte being taken completed a record
   bool mForeign = false;
   std::vector<std::uint8_t> mTrailer;
+  std::optional<std::uint64_t> mTrailerEnd;
   std::uint64_t mFaults = 0;
   std::vector<StreamFault> mFirst;
 };

@@ -212,7 +212,9 @@ TEST_F(CommandLineTest, ACardListIsReadBeforeAnythingIsSent) {
       {"12\n\"13", "line 2, column 1: a quote"},
       {" ,\n\n", "holds no card number"},
       {"", "holds no card number"},
-      {"\xFF\xFE" "1", "UTF-16"},
+      {"\xFF\xFE"
+       "1",
+       "UTF-16"},
       {std::string("1\0002\000", 4), "UTF-16"},
   };
   for (const auto& [list, said] : refused) {

@@ -179,6 +179,7 @@ class FakeSerialPort : public SerialPort {
     mHandler();
   }
   std::function<bool()> carrier = [] { return false; };
+  bool gone = false;  ///< its device
   SerialPortSetup setup;
 
   void configure(const SerialPortSetup& newSetup) override { setup = newSetup; }
@@ -192,7 +193,10 @@ class FakeSerialPort : public SerialPort {
   }
   bool PortOpen() const override { return mOpen; }
   void PortOpen(bool open) override { log().set(mOpen, open, open ? "open" : "close"); }
-  std::int32_t InBufferCount() override { return static_cast<std::int32_t>(mReceived.size()); }
+  std::int32_t InBufferCount() override {
+    if (gone && mOpen) throw RunTimeError(ErrorNumber::errorReadingCommDevice);
+    return static_cast<std::int32_t>(mReceived.size());
+  }
   void InBufferCount(std::int32_t) override {
     addIfOpen("discard in");
     mReceived.clear();
@@ -201,6 +205,7 @@ class FakeSerialPort : public SerialPort {
   void OutBufferCount(std::int32_t) override { log().add("discard out"); }
   void Output(std::span<const std::uint8_t> bytes) override {
     addIfOpen("out" + hex(bytes));
+    if (gone) throw RunTimeError(ErrorNumber::deviceIoError);
     mMachine.terminal.received(bytes.size(), [this](const Bytes& reply) { feed(reply); });
   }
   Bytes Input() override { return std::exchange(mReceived, {}); }

@@ -135,10 +135,21 @@ std::string hexText(std::span<const std::uint8_t> bytes) {
   return text;
 }
 
+/// Editors of Windows put one in front of UTF-8.
+static void skipByteOrderMark(std::istream& file) {
+  constexpr std::string_view mark = "\uFEFF";
+  std::string head(mark.size(), '\0');
+  file.read(head.data(), std::ssize(head));
+  if (head == mark) return;
+  file.clear();
+  file.seekg(0);
+}
+
 std::vector<std::string> linesOf(const std::string& fileName) {
   const auto path = toPath(toUtf16(fileName));
   const File readable(path, File::Access::read);  // says what is wrong with it
   std::ifstream file(path);
+  skipByteOrderMark(file);
   std::vector<std::string> lines;
   for (std::string line; std::getline(file, line);) {
     if (!line.empty() && line.back() == '\r') line.pop_back();

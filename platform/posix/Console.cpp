@@ -10,4 +10,10 @@ bool isTerminal(int standardStream) { return isatty(standardStream) == 1; }
 
 void reportFileSizeLimit() { std::signal(SIGXFSZ, SIG_IGN); }
 
+std::vector<std::string> programArguments(int argc, char** argv) { return {argv + 1, argv + argc}; }
+
+// They are.
+Utf8Console::Utf8Console() = default;
+Utf8Console::~Utf8Console() = default;
+
 }  // namespace cronvel

@@ -11,6 +11,12 @@ std::string dayText(const Date& date) { return toText(date).substr(0, 5); }
 
 std::string openClosed(bool open) { return open ? "open" : "closed"; }
 
+Json eachOf(const std::array<Display, 8>& rows, std::string Display::*side) {
+  Json texts;
+  for (const Display& row : rows) texts.push_back(row.*side);
+  return texts;
+}
+
 }  // namespace
 
 std::uint8_t Device::address() const { return toBcd(number); }
@@ -39,9 +45,11 @@ Json Device::fields() const {
           {"sub_group", subGroup},
           {"code4", code4},
           {"code10", code10},
-          {"message", message},
+          {"message", message.read},
+          {"message_row", message.drawn},
           {"mode", mode},
-          {"mode_names", modeNames},
+          {"mode_names", eachOf(modeNames, &Display::read)},
+          {"mode_rows", eachOf(modeNames, &Display::drawn)},
           {"modes_active", activeModes},
           {"access", access},
           {"alarm_bytes", alarmBytes},

@@ -9,6 +9,7 @@
 
 #include "simulator/base/Journal.h"
 #include "simulator/device/DeviceClock.h"
+#include "simulator/display/Display.h"
 #include "simulator/memory/RecordMemory.h"
 
 namespace cronvel::simulator {
@@ -35,9 +36,9 @@ struct Device {
   std::string code10{};
   std::size_t alarmBytes = 0;
 
-  std::string message{};
+  Display message{};
   int mode = 0;
-  std::array<std::string, 8> modeNames{};
+  std::array<Display, 8> modeNames{};
   std::string activeModes = "TTTTTTTT";
 
   /// The byte that selects it.

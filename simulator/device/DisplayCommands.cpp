@@ -2,9 +2,7 @@
 
 #include <algorithm>
 
-#include "simulator/base/Text.h"
 #include "simulator/device/Command.h"
-#include "simulator/display/Display.h"
 
 namespace cronvel::simulator {
 
@@ -16,9 +14,8 @@ Outcome sendMessage(Device& device, Payload payload) {
   if (payload.back() != 1) return refused(payload, "it does not end in 01");
   const int card = payload[0] + payload[1] * 256;
   const Payload codes = payload.subspan(2, 32);
-  device.message = displayedText(codes);
-  return accepted(" to card " + std::to_string(card) + ", shows " + inQuotes(device.message) +
-                  ", drawn " + inQuotes(displayedForms(codes)));
+  device.message = Display(codes);
+  return accepted(" to card " + std::to_string(card) + ", shows " + device.message.told());
 }
 
 Outcome setMode(Device& device, Payload payload) {
@@ -31,8 +28,8 @@ Outcome nameModes(Device& device, Payload payload) {
   if (payload[0] != '$') return refused(payload.first(1), "it does not start with $");
   std::string text = ", shows";
   for (std::size_t i = 0; i < device.modeNames.size(); ++i) {
-    device.modeNames[i] = displayedText(payload.subspan(1 + i * modeNameSize, modeNameSize));
-    text += ' ' + inQuotes(device.modeNames[i]);
+    device.modeNames[i] = Display(payload.subspan(1 + i * modeNameSize, modeNameSize));
+    text += (i == 0 ? " " : "; ") + device.modeNames[i].told();
   }
   return accepted(text);
 }

@@ -181,7 +181,7 @@ TEST_F(EndToEnd, CardsAndPeople) {
   const std::string journal = mFolder.read("journal");
   const std::string state = journal.substr(journal.rfind("\"event\":\"state\""));
   for (const char* expected : {"\"cards\":5", "\"main_group\":42", "\"access\":false",
-                               "\"message\":\"مرخصي تاييد شد\"", "[\"ورود\",\"خروج\",\"1\""})
+                               "\"message\":\"مرخصی تایید شد\"", "[\"ورود\",\"خروج\",\"1\""})
     EXPECT_NE(state.find(expected), std::string::npos) << expected << " in " << state;
 }
 

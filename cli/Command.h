@@ -88,6 +88,7 @@ void addDeviceCommands(const Command& cronvel);
 void addDownloadCommand(const Command& cronvel);
 void addCardCommands(const Command& cronvel, const Io& io);
 void addPeopleCommands(const Command& cronvel);
+void addTextCommand(const Command& cronvel);
 void addMonitorCommand(const Command& cronvel);
 void addFileCommands(const Command& cronvel);
 void addSettingsCommand(const Command& cronvel);

@@ -40,6 +40,7 @@ void addCommands(const Command& cronvel, const Io& io) {
   addDownloadCommand(cronvel);
   addCardCommands(cronvel, io);
   addPeopleCommands(cronvel);
+  addTextCommand(cronvel);
   addMonitorCommand(cronvel);
   addFileCommands(cronvel);
   addSettingsCommand(cronvel);

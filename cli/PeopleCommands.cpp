@@ -2,13 +2,13 @@
 
 #include "cli/Arguments.h"
 #include "cli/Command.h"
+#include "cli/DisplayText.h"
 #include "runtime/Text.h"
 
 namespace cronvel {
 
 namespace {
 
-constexpr std::size_t messageLength = 31;
 constexpr std::size_t modes = 8;
 
 /// One of two words.
@@ -68,49 +68,72 @@ void addCode(const Command& cronvel, const std::string& name, std::size_t length
   });
 }
 
-void sendMessage(TerminalSession& session, const std::u16string& host, const std::string& card,
-                 const std::u16string& message) {
-  if (message.size() > messageLength)
-    session.warn("the terminal shows only the last " + std::to_string(messageLength) + " of " +
-                 std::to_string(message.size()) + " characters");
-  session.require("message for card " + card + " sent",
-                  [&](Cronvel& c) { return c.SendMsg(host, toUtf16(card), message); });
+Flag addAsItIs(const Command& command) {
+  return command.flag("--as-is", "Send it as it is, whatever the display makes of it");
+}
+
+/// What the display will not show as typed.
+void tellDisplay(TerminalSession& session, const DisplayText& shown) {
+  if (shown.sentAsItIs)
+    session.warn("sent as it is: the display shows " + quotedRow(shown) + " from the left");
+  if (!shown.remark.empty()) session.warn(shown.remark + ": " + shown.reading);
 }
 
 void addMessage(const Command& cronvel) {
   const Command command =
       cronvel.add("message", "Leave a message for one card holder", Command::people);
+  command.footer(
+      "The text is composed so that the display shows what was typed: cronvel text --help.");
   const Text card = command.argument("CARD", "Card number, 0 to 65535");
-  const Text text = command.argument("TEXT", "Up to 31 characters, Persian or Latin");
+  const Text text = command.argument("TEXT", "Up to 31 glyphs, Persian or Latin");
+  const Flag asItIs = addAsItIs(command);
   command.prepareTask([=] {
     parseNumber(*card, 0, 65535, "CARD");
+    const DisplayText shown = displayText(*text, messageField, *asItIs);
     return [=](TerminalSession& session, const std::u16string& host) {
-      sendMessage(session, host, *card, toUtf16(*text));
+      tellDisplay(session, shown);
+      session.require("message for card " + *card + " sent",
+                      [&](Cronvel& c) { return c.SendMsg(host, toUtf16(*card), shown.text); });
     };
   });
 }
 
-std::vector<std::u16string> modeNames(const std::vector<std::string>& given,
-                                      const std::string& fileName) {
-  std::vector<std::u16string> names;
-  for (const std::string& name : given) names.push_back(toUtf16(name));
+std::vector<DisplayText> modeNames(std::vector<std::string> names, const std::string& fileName,
+                                   bool asItIs) {
   if (!fileName.empty())
-    for (const std::string& line : linesOf(fileName)) names.push_back(toUtf16(line));
+    for (const std::string& line : linesOf(fileName)) names.push_back(line);
   if (names.size() != modes)
     throw CommandFailure(ExitStatus::wrongUse, "a terminal has 8 modes: give 8 names, not " +
                                                    std::to_string(names.size()));
-  return names;
+  std::vector<DisplayText> shown;
+  for (const std::string& name : names) shown.push_back(displayText(name, modeNameField, asItIs));
+  return shown;
+}
+
+void sendModeNames(TerminalSession& session, const std::u16string& host,
+                   const std::vector<DisplayText>& names) {
+  std::vector<std::u16string> texts;
+  for (const DisplayText& name : names) {
+    tellDisplay(session, name);
+    texts.push_back(name.text);
+  }
+  session.require("mode names sent", [&](Cronvel& c) {
+    return c.SendModeStr(host, HostArray<std::u16string>(texts));
+  });
 }
 
 void addModeNames(const Command& mode) {
   const Command command = mode.add("names", "Set the names of the eight modes");
-  const Texts given = command.optionalArguments("NAME", "Eight names of up to 16 characters");
+  command.footer(
+      "The names are composed so that the display shows what was typed: cronvel text --help.");
+  const Texts given = command.optionalArguments("NAME", "Eight names of up to 16 glyphs");
   const Text fileName = command.option("--file", "FILE", "Take them from this file, one in a line");
+  const Flag asItIs = addAsItIs(command);
   command.prepareTask([=] {
-    return requireSuccess(
-        "mode names sent",
-        [names = HostArray<std::u16string>(modeNames(*given, *fileName))](
-            Cronvel& c, const std::u16string& host) { return c.SendModeStr(host, names); });
+    return [names = modeNames(*given, *fileName, *asItIs)](TerminalSession& session,
+                                                           const std::u16string& host) {
+      sendModeNames(session, host, names);
+    };
   });
 }
 

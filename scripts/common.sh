@@ -9,7 +9,8 @@ fail() {
   exit 1
 }
 
-build_packages=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libgtest-dev libbenchmark-dev)
+build_packages=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libfribidi-dev libgtest-dev
+  libbenchmark-dev)
 # For the Windows builds: the compilers, the compiler of the type library and its imports, the tests'
 # framework as source, the installers.
 windows_packages=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64-tools libwine-dev

@@ -58,6 +58,8 @@ test --listen 0 -> 1 to 65535
 test --port 1 --device 100 -> 0 to 99
 set-keyboard 1 --listen 5000 -> --host
 set-daylight 21/13 22/09 --port 1 -> START
+message 1 «سلام» --port 1 -> « (U+00AB)
+mode names 1 2 3 4 5 6 7 abcdefghijklmnopq --port 1 -> a mode name has 16
 reset-memory --port 1 -> --yes
 card delete-all --port 1 -> --yes
 set-clock --listen 5000 -> --host
@@ -237,6 +239,18 @@ TEST_F(CommandLineTest, SettingsAreWrittenAndUsed) {
   EXPECT_NE(out().find("IdLen             6\n"), std::string::npos) << out();
   EXPECT_NE(out().find("DeviceNum         8\n"), std::string::npos) << out();
   expectFailures(3, "test --settings @file -> 999");
+}
+
+TEST_F(CommandLineTest, TextIsPrintedForHosts) {
+  EXPECT_EQ(run("text Hello"), 0);
+  EXPECT_EQ(out(), "olleH\n");
+  EXPECT_EQ(err(), "row      \"\u202DHello\u202C\" from the left\nreading  \"Hello\"\n");
+  EXPECT_EQ(run("text Hello --json --mode-name"), 0);
+  EXPECT_EQ(out(), R"({"text":"olleH","row":"Hello","codes":"48 65 6C 6C 6F","reading":"Hello"})"
+                   "\n");
+  EXPECT_EQ(run("text Hello --as-is"), 0);
+  EXPECT_EQ(out(), "Hello\n");
+  EXPECT_NE(err().find("olleH"), std::string::npos) << err();
 }
 
 }  // namespace

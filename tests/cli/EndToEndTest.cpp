@@ -172,16 +172,17 @@ TEST_F(EndToEnd, CardsAndPeople) {
   const SimulatedTerminal terminal("--serial --listen 0 --json " + mFolder.path("journal"));
   const std::string line = " --port " + terminal.line();
   mFolder.write("cards", "1\r\n\"2\"\n\n3\n2\n5,");
-  mFolder.write("names", "ورود\nخروج\n1\n2\n3\n4\n5\n6\n");
+  mFolder.write("names", "\uFEFFورود\nخروج\n1\n2\n3\n4\n5\n6\n");
   EXPECT_EQ(run("card upload cards" + line), 0) << err();
   EXPECT_EQ(out(), "terminal 1: 4 cards loaded from cards\n");
   expectDone({"card add 77 78", "card delete 1", "mode names --file names", "access closed"},
              " --host 127.0.0.1:" + terminal.port());
-  expectDone({"message 1234 'مرخصي تاييد شد'", "group main 42", "properties"}, line);
+  expectDone({"message 1234 'سلام، ساعت 8:30'", "group main 42", "properties"}, line);
   const std::string journal = mFolder.read("journal");
   const std::string state = journal.substr(journal.rfind("\"event\":\"state\""));
   for (const char* expected : {"\"cards\":5", "\"main_group\":42", "\"access\":false",
-                               "\"message\":\"مرخصی تایید شد\"", "[\"ورود\",\"خروج\",\"1\""})
+                               "\"message\":\"سلام، ساعت 8:30\",\"message_row\":\"8:30 ﺕﻋﺎﺳ ،ﻡﻻﺳ",
+                               "[\"ورود\",\"خروج\",\"1\""})
     EXPECT_NE(state.find(expected), std::string::npos) << expected << " in " << state;
 }
 

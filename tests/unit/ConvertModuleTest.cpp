@@ -79,19 +79,14 @@ TEST(ConvertModule, NothingJoinsToALetterOfOneForm) {
   }
 }
 
-TEST(ConvertModule, Words) {
-  expectGlyphs({{u"عباس", {167, 145, 147, 228}},
-                {u"Reader", {'r', 'e', 'd', 'a', 'e', 'R'}},
-                {u"در Café", {0xE9, 'f', 'a', 'C', 32, 164, 162}},
-                {u"中ب", {146, '?'}}});
+TEST(ConvertModule, OtherCharactersKeepTheirCode) {
+  expectGlyphs({{u"در Café", {0xE9, 'f', 'a', 'C', 32, 164, 162}}, {u"中ب", {146, '?'}}});
 }
 
 TEST(ConvertModule, LamAlefKeepsTheFirstTwoGlyphs) {
   expectGlyphs({{u"لا", {242, 243}},
                 {u"سلام", {244, 242, 243, 168}},     // the lam's own glyph stays
-                {u"سالاد", {162, 242, 145, 168}},    // it goes, as it should
                 {u"استعلام", {244, 242, 168, 144}},  // two letters go with it
-                {u"اطلاعات", {150, 145, 228, 242, 175, 144}},
                 {u"لالا", {242, 242, 243}},
                 {u"1 لا", {242, 243, 129}},
                 {u"12لا", {242, 129, 130}},  // the lam was lost to the digits
@@ -102,7 +97,6 @@ TEST(ConvertModule, DigitsKeepTheirOrderAndCostTheNextCharacter) {
   expectGlyphs({{u"0123456789", {128, 129, 130, 131, 132, 133, 134, 135, 136, 137}},
                 {u"12ab", {'b', 129, 130}},
                 {u"د12ر34", {129, 130, 131, 132, 129, 130, 162}},
-                {u"ساعت 12 باز", {165, 145, 147, 129, 130, 32, 150, 228, 145, 168}},
                 {u"8:30", {136, 131, 128, 136}}});
 }
 

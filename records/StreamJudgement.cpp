@@ -70,7 +70,8 @@ void StreamJudgement::takeRecords(std::uint8_t byte) {
   mCompleted = false;
   try {
     mStream.take(byte);
-  } catch (const RunTimeError&) {
+  } catch (const RunTimeError& error) {
+    if (error.number() != ErrorNumber::subscriptOutOfRange) throw;  // a reader's
     mForeign = true;
     return fault(StreamFault::Kind::foreign, mRecordStart);
   }

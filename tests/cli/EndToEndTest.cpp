@@ -135,6 +135,17 @@ TEST_F(EndToEnd, AnInterruptOrAKillKeepsWhatArrived) {
   }
 }
 
+TEST_F(EndToEnd, DiskFullInACheckKeepsTheEarlierFiles) {
+  std::string raw = fromHex("BB 31 12 07");
+  for (int i = 0; i < 10000; ++i) raw += fromHex("10 20 07 50");  // more than a buffer of text
+  mFolder.write("a.Hex", raw);
+  mFolder.write("a.txt", "\"0012\",\"0930\",\"311207\",\"ED\"\r\n");
+  EXPECT_EQ(run("check a", "timeout 30 sh -c 'ulimit -f 1; exec \"$@\"' sh"), 3);
+  expectSaid("error 61: ");
+  EXPECT_EQ(mFolder.read("a.txt").size(), 29U);
+  EXPECT_FALSE(mFolder.has("a.checking.txt"));
+}
+
 TEST_F(EndToEnd, DiskFullInTheMiddleKeepsWhatArrived) {
   const SimulatedTerminal terminal("--serial --cards 50 --days 30");
   EXPECT_EQ(

@@ -39,7 +39,11 @@ std::vector<int> pairs(std::string_view text, char separator) {
   }
 }
 
-bool isDay(int day, int month) { return day >= 1 && day <= 31 && month >= 1 && month <= 12; }
+/// In the Gregorian calendar or the Persian one, where 31 days have the first six months.
+bool isDay(int day, int month) {
+  const int longest = month == 9 || month == 11 ? 30 : 31;
+  return day >= 1 && day <= longest && month >= 1 && month <= 12;
+}
 
 std::string twoDigits(int number) {
   return {static_cast<char>('0' + number / 10 % 10), static_cast<char>('0' + number % 10)};

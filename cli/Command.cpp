@@ -7,8 +7,22 @@
 
 namespace cronvel {
 
+namespace {
+
+const char* directionHelp(Command::Direction direction) {
+  if (direction == &Link::connects)
+    return "Over the network this PC connects to the terminal (--host).";
+  if (direction == &Link::listens)
+    return "Over the network the terminal connects in (--listen), within 10 seconds.";
+  return "Over the serial line or a modem only.";
+}
+
+}  // namespace
+
 Command Command::add(const std::string& name, const std::string& help, const char* group) const {
-  return {*mApp.add_subcommand(name, help)->group(group), mPrepared};
+  CLI::App* const command = mApp.add_subcommand(name, help)->group(group);
+  command->footer("\"cronvel --help\" lists the exit statuses.");
+  return {*command, mPrepared};
 }
 
 Command Command::addFamily(const std::string& name, const std::string& help,
@@ -20,7 +34,10 @@ Command Command::addFamily(const std::string& name, const std::string& help,
 
 std::string Command::name() const { return mApp.get_name(); }
 
-void Command::footer(const std::string& text) const { mApp.footer(text); }
+void Command::footer(const std::string& text) const {
+  const std::string earlier = mApp.get_footer();
+  mApp.footer(earlier.empty() ? text : text + "\n" + earlier);
+}
 
 Text Command::argument(const std::string& name, const std::string& help) const {
   Text text = std::make_shared<std::string>();
@@ -79,6 +96,7 @@ void Command::prepare(std::function<Invocation()> prepare) const {
 void Command::prepareTask(const std::function<TerminalAction()>& prepareAction,
                           Direction direction) const {
   const LinkChoice options = link();
+  footer(directionHelp(direction));
   prepare([=, name = name()] {
     const TerminalAction action = prepareAction();
     const Link link = Link::toTerminal(*options);

@@ -46,18 +46,33 @@ void addCommands(const Command& cronvel, const Io& io) {
   addSettingsCommand(cronvel);
 }
 
+/// "help COMMAND" is "COMMAND --help".
+void readHelpWord(std::vector<std::string>& arguments) {
+  if (arguments.empty() || arguments.front() != "help") return;
+  arguments.erase(arguments.begin());
+  arguments.push_back("--help");
+}
+
+/// What to do about an argument that the parser does not know.
+std::string hint(const std::vector<std::string>& arguments) {
+  const bool optionFirst = !arguments.empty() && arguments.front().starts_with("-");
+  return optionFirst ? " (options stand after the command: cronvel COMMAND --port ...)"
+                     : " (try --help)";
+}
+
 /// Reads the arguments; nothing where help or the version was asked for, and shown.
 std::optional<Invocation> prepare(Io& io, std::vector<std::string> arguments) {
   CLI::App app;
   describe(app);
   std::optional<Invocation> prepared;
   addCommands({app, prepared}, io);
+  readHelpWord(arguments);
+  const std::string advice = hint(arguments);
   std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back
   try {
     app.parse(std::move(arguments));
   } catch (const CLI::ParseError& end) {  // help and version end the parser like errors do
-    if (end.get_exit_code() != 0)
-      throw CommandFailure(ExitStatus::wrongUse, std::string(end.what()) + " (try --help)");
+    if (end.get_exit_code() != 0) throw CommandFailure(ExitStatus::wrongUse, end.what() + advice);
     app.exit(end, io.out, io.err);
     return {};
   }

@@ -81,7 +81,8 @@ Bytes readTimetable(const std::string& fileName) {
   }
   if (lines.size() != timetableEntries)
     throw CommandFailure(ExitStatus::wrongUse, fileName + " has " + std::to_string(lines.size()) +
-                                                   " entries; the timetable has 24");
+                                                   (lines.size() == 1 ? " entry" : " entries") +
+                                                   "; the timetable has 24");
   return timing;
 }
 
@@ -92,6 +93,14 @@ Bytes readAlarmTable(const std::string& fileName) {
   return readBytes(numbers, alarmTableSize);
 }
 
+/// The terminal does not confirm it, so at least it is asked whether it is there.
+void sendTimetable(TerminalSession& session, const Bytes& timing) {
+  if (!session.run([](Cronvel& c) { return c.TestConnection(u""); }))
+    throw session.failure("it does not answer");
+  session.run([&](Cronvel& c) { return c.SetAlarm(timing); });
+  session.say("it answers; timetable sent, which it does not confirm");
+}
+
 void addSchedule(const Command& alarms) {
   const Command command =
       alarms.add("schedule", "Send the timetable: 24 lines \"HH:MM N\" (serial line only)");
@@ -100,8 +109,7 @@ void addSchedule(const Command& alarms) {
       [=] {
         return
             [timing = readTimetable(*fileName)](TerminalSession& session, const std::u16string&) {
-              session.run([&](Cronvel& c) { return c.SetAlarm(timing); });
-              session.say("timetable sent; the terminal does not confirm it");
+              sendTimetable(session, timing);
             };
       },
       &Link::serialOnly);

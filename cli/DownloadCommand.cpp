@@ -203,6 +203,11 @@ std::optional<Period> readPeriod(const DownloadOptions& options) {
 
 Peer choosePeer(const DownloadPlan& plan, const Link& link) {
   if (plan.period) return link.connects("a download of a period");
+  if (!link.host().empty() && !link.listenPort())
+    throw CommandFailure(ExitStatus::wrongUse,
+                         "for a download of the whole memory the terminal connects in: give "
+                         "--listen PORT; over --host, --from 01/01/00 --to 31/12/99 fetches every "
+                         "record");
   const Peer peer = link.listens("a download of the whole memory");
   if (plan.buffer && link.onNetwork())
     throw CommandFailure(ExitStatus::wrongUse, "--buffer is for the serial line only");
@@ -250,7 +255,7 @@ void addDownloadCommand(const Command& cronvel) {
       "silence.\n"
       "Over the network the terminal connects in (--listen); with --from and --to this PC "
       "connects\n"
-      "to it (--host).");
+      "to it (--host): --from 01/01/00 --to 31/12/99 fetches every record that way.");
   command.prepare([options = addArguments(command)] { return prepareDownload(options); });
 }
 

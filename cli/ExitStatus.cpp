@@ -9,7 +9,6 @@ namespace cronvel {
 
 ExitStatus statusOf(int errorNumber) {
   switch (static_cast<ErrorNumber>(errorNumber)) {
-    case ErrorNumber::permissionDenied:
     case ErrorNumber::portAlreadyOpen:
     case ErrorNumber::addressInUse:
       return ExitStatus::busy;
@@ -37,8 +36,6 @@ ExitStatus statusOf(NoteKind kind) {
       return ExitStatus::refused;
     case NoteKind::notSent:
       return ExitStatus::wrongUse;
-    case NoteKind::incomplete:
-      return ExitStatus::notWhole;
     case NoteKind::noAnswer:
     case NoteKind::notConnected:
     case NoteKind::noCarrier:

@@ -39,6 +39,10 @@ bool isNumber(const std::string& text) {
 /// HOST or HOST:PORT.
 Peer parseHost(const std::string& text) {
   const std::size_t colon = text.rfind(':');
+  if (text.find(':') != colon)
+    throw wrongUse("--host: \"" + text +
+                   "\" is an IPv6 address; terminals have IPv4 addresses or "
+                   "names");
   Peer peer{Peer::Kind::host, text.substr(0, colon), 8085};
   if (colon != std::string::npos)
     peer.port = parseNumber(std::string_view(text).substr(colon + 1), 1, 65535, "--host, port");
@@ -80,16 +84,17 @@ Peer Link::connects(const std::string& command) const {
   if (!onNetwork()) return {};
   if (host().empty())
     throw wrongUse("over the network " + command +
-                   " connects to the terminal: give --host HOST[:PORT] (--listen is for others)");
+                   " connects to the terminal: give --host HOST[:PORT]; with --listen terminals "
+                   "connect in, for test, download or monitor");
   return parseHost(host());
 }
 
 Peer Link::listens(const std::string& command) const {
   if (!onNetwork()) return {};
   if (!listenPort())
-    throw wrongUse(
-        "over the network " + command +
-        " waits for the terminal to connect in: give --listen PORT (--host is for others)");
+    throw wrongUse("over the network " + command +
+                   " waits for the terminal to connect in: give --listen PORT; most other commands "
+                   "connect to it with --host");
   return {.kind = Peer::Kind::caller, .port = *listenPort()};
 }
 

@@ -68,6 +68,16 @@ Variant readIdDigits(const std::string& text) {
   return static_cast<std::int16_t>(digits);
 }
 
+/// What a modem dials: it begins with a digit, and pauses and the like may follow.
+std::string readTelephone(const std::string& text) {
+  const bool dialled = text.find_first_not_of("0123456789*#,-() wWpPtT") == std::string::npos;
+  if (text.empty() || !dialled || text[0] < '0' || text[0] > '9' || text == "0")
+    throw CommandFailure(ExitStatus::wrongUse, "--tel: \"" + text +
+                                                   "\" is no telephone number, which begins with a "
+                                                   "digit");
+  return text;
+}
+
 }  // namespace
 
 void addSpeed(CLI::App& app, LinkOptions& link) {
@@ -89,7 +99,7 @@ void addPortNumber(CLI::App& app, LinkOptions& link) {
 }
 
 void addDevice(CLI::App& app, LinkOptions& link) {
-  addProperty(app, link, "--device", "DeviceNum", number("--device", 0, 99),
+  addProperty(app, link, "--device", "DeviceNum", number("--device", 0, 159),
               "Number of the terminal")
       ->type_name("N");
 }
@@ -101,7 +111,8 @@ void addSettingsFile(CLI::App& app, LinkOptions& link) {
 
 void addLinkOptions(CLI::App& app, LinkOptions& link) {
   addText(app, "--port", link.port, "N|PATH",
-          "Serial port, by number or path (default: $" + std::string(portVariable) + ")")
+          "Serial port: a path, or N for the system's COM port N, /dev/ttyS(N-1) (default: $" +
+              std::string(portVariable) + ", unless --settings is given)")
       ->group(linkGroup);
   addText(app, "--host", link.host, "HOST[:PORT]",
           "Network: connect to this host (port 8085 unless given)")
@@ -113,8 +124,13 @@ void addLinkOptions(CLI::App& app, LinkOptions& link) {
                                        "Network: the terminal connects in to this port of the PC")
       ->type_name("PORT")
       ->group(linkGroup);
-  addText(app, "--tel", link.telephone, "NUMBER",
-          "A modem is at the serial port: dial this number first, hang up afterwards")
+  const auto takeNumber = [&link](const std::string& text) {
+    link.telephone = readTelephone(text);
+  };
+  app.add_option_function<std::string>(
+         "--tel", takeNumber,
+         "A modem is at the serial port: dial this number first, hang up afterwards")
+      ->type_name("NUMBER")
       ->group(linkGroup);
   addDevice(app, link);
   app.get_option("--device")->group(linkGroup)->description("Number of the terminal (default 1)");

@@ -46,10 +46,10 @@ void addNumberTask(const Command& family, const std::string& name, const std::st
 
 void checkCode(const std::string& name, const std::string& code, std::size_t length,
                const std::string& keys) {
-  if (code.size() > length || code.find_first_not_of(keys) != std::string::npos)
-    throw CommandFailure(ExitStatus::wrongUse, name + ": a code has up to " +
-                                                   std::to_string(length) + " of the keys " + keys +
-                                                   ", not \"" + code + "\"");
+  if (code.size() != length || code.find_first_not_of(keys) != std::string::npos)
+    throw CommandFailure(ExitStatus::wrongUse, name + ": a code has " + std::to_string(length) +
+                                                   " of the keys " + keys + ", not \"" + code +
+                                                   "\"");
 }
 
 void addCode(const Command& cronvel, const std::string& name, std::size_t length,
@@ -172,7 +172,7 @@ void addPeopleCommands(const Command& cronvel) {
   addCode(cronvel, "code10", 10, "0123456789@", &Cronvel::SetCode10);
   addMessage(cronvel);
   const Command mode = cronvel.addFamily("mode", "The terminal's eight modes", Command::people);
-  addNumberTask(mode, "set", "Choose the current mode", 255, &Cronvel::SetMode);
+  addNumberTask(mode, "set", "Choose the current mode", modes - 1, &Cronvel::SetMode);
   addModeNames(mode);
   addModeActive(mode);
 }

@@ -129,6 +129,19 @@ bool isBeginningOf(const fs::path& part, const fs::path& whole) {
          std::mismatch(Bytes(first), Bytes(), Bytes(second), Bytes()).first == Bytes();
 }
 
+/// Error 70 is also a missing permission; here it is somebody else's lock.
+FileLock locked(const fs::path& file, const fs::path& raw) {
+  try {
+    return FileLock(file);
+  } catch (const RunTimeError& error) {
+    throw CommandFailure(ExitStatus::busy,
+                         "error " + std::to_string(static_cast<int>(error.number())) + ": " +
+                             pathText(raw) +
+                             " is being written by another download; wait for its end, or choose "
+                             "another name");
+  }
+}
+
 [[noreturn]] void cannotRename(const fs::path& from, const fs::path& to,
                                const std::error_code& error) {
   throw RunTimeError(ErrorNumber::pathFileAccess, pathText(from) + " cannot be renamed " +
@@ -264,8 +277,19 @@ void EarlierFiles::putBack() {
   mMoved.clear();
 }
 
+DownloadLock::DownloadLock(const RecordFiles& files)
+    : mPath(fs::path(files.raw()).replace_extension(".lock")), mLock(locked(mPath, files.raw())) {
+  // A host's control has no lock but on the file that it writes.
+  if (isThere(files.raw())) locked(files.raw(), files.raw());
+}
+
+DownloadLock::~DownloadLock() {
+  std::error_code ignored;
+  fs::remove(mPath, ignored);
+}
+
 PartFiles::PartFiles(const RecordFiles& whole)
-    : mWhole(whole), mPart(probed(whole, whole.named("part"))), mEarlier(mPart) {}
+    : mLock(whole), mWhole(whole), mPart(probed(whole, whole.named("part"))), mEarlier(mPart) {}
 
 RecordFiles PartFiles::probed(const RecordFiles& whole, const RecordFiles& part) {
   requireFolder(whole.raw());
@@ -275,11 +299,10 @@ RecordFiles PartFiles::probed(const RecordFiles& whole, const RecordFiles& part)
       if (fs::is_directory(file, error))
         throw RunTimeError(ErrorNumber::pathFileAccess, pathText(file) + " is a folder");
   whole.requireOwn();
-  if (!isThere(part.raw()) && !std::ofstream(part.raw(), std::ios::binary))
+  if (!std::ofstream(part.raw(), std::ios::binary | std::ios::app))
     throw RunTimeError(
         ErrorNumber::pathFileAccess,
         pathText(part.raw()) + " cannot be written; choose a folder that you may write to");
-  File(part.raw(), File::Access::update).close();  // 70 where another download has it
   return part;
 }
 

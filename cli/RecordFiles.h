@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/FileLock.h"
+
 namespace cronvel {
 
 /// The raw record file and the files that are read from it, beside it.
@@ -73,12 +75,26 @@ class EarlierFiles {
   std::vector<Move> mMoved;
 };
 
+/// Keeps the files of a name for the one who downloads into it. Fails as `busy` while somebody else
+/// writes them.
+class DownloadLock {
+ public:
+  explicit DownloadLock(const RecordFiles& files);
+  ~DownloadLock();
+  DownloadLock(const DownloadLock&) = delete;
+  DownloadLock& operator=(const DownloadLock&) = delete;
+
+ private:
+  std::filesystem::path mPath;
+  FileLock mLock;
+};
+
 /// The files of a download while it is made, under a name of their own ("a.part.Hex") beside those
 /// that it is to get: whatever ends it, earlier files stay as they were.
 class PartFiles {
  public:
   /// Finds out what cannot be written now rather than after the terminal has begun to stream.
-  /// Raises 70 where another download writes them, 75 and 76.
+  /// Fails as `busy` where another download is under way; raises 75 and 76.
   explicit PartFiles(const RecordFiles& whole);
 
   const RecordFiles& files() const { return mPart; }
@@ -92,6 +108,7 @@ class PartFiles {
  private:
   static RecordFiles probed(const RecordFiles& whole, const RecordFiles& part);
 
+  DownloadLock mLock;
   RecordFiles mWhole;
   RecordFiles mPart;
   EarlierFiles mEarlier;

@@ -46,7 +46,10 @@ void addSettingsCommand(const Command& cronvel) {
       cronvel.add("settings", "Show or write a settings file for --settings", Command::files);
   command.footer(
       "With an option the file is written (made if it is not there), then shown. Settings that\n"
-      "have their usual value are left out of the file.");
+      "have their usual value are left out of the file. DeviceNum is what --device sets, CommPort\n"
+      "--port, BPS --speed and IdLen --id-digits; the others are the control's own. A port's "
+      "path,\n"
+      "--host, --listen and --tel are no settings: they stand in each command.");
   const Text file = command.argument("FILE", "The settings file");
   const LinkChoice link = command.link({addPortNumber, addDevice, addSpeed, addIdDigits});
   command.prepare([=] { return prepareSettings(*file, *link); });

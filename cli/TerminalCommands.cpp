@@ -15,7 +15,6 @@ std::uint8_t byte(int number) { return static_cast<std::uint8_t>(number); }
 
 void addTest(const Command& cronvel) {
   const Command test = cronvel.add("test", "Ask the terminal for a sign of life");
-  test.footer("Over the network the terminal connects in (--listen), within 10 seconds.");
   test.prepareTask([] { return requireSuccess("answers", &Cronvel::TestConnection); },
                    &Link::listens);
 }
@@ -51,7 +50,8 @@ DatePlan planDate(const ClockOptions& options) {
   if (!weekday)
     throw CommandFailure(ExitStatus::wrongUse,
                          "--date: " + formatDate(plan.date) +
-                             " is not in this PC's calendar, so give --weekday too");
+                             " is no day of this PC's calendar; if the terminal keeps another, "
+                             "give --weekday too");
   plan.weekday = *weekday;
   return plan;
 }
@@ -161,18 +161,37 @@ void addSetClock(const Command& cronvel) {
   command.prepare([=] { return prepareClock(options); });
 }
 
+/// The day, or what is wrong with it.
+std::pair<CalendarDay, std::string> tryDayMonth(const std::string& text, const std::string& what) {
+  try {
+    return {parseDayMonth(text, what), ""};
+  } catch (const CommandFailure& failure) {
+    return {{}, failure.what()};
+  }
+}
+
+/// Both are looked at, so that both mistakes are told.
+std::pair<CalendarDay, CalendarDay> parsePeriod(const std::string& start, const std::string& end) {
+  const auto [first, wrongStart] = tryDayMonth(start, "START");
+  const auto [last, wrongEnd] = tryDayMonth(end, "END");
+  const std::string separator = wrongStart.empty() || wrongEnd.empty() ? "" : "; ";
+  if (!wrongStart.empty() || !wrongEnd.empty())
+    throw CommandFailure(ExitStatus::wrongUse, wrongStart + separator + wrongEnd);
+  return {first, last};
+}
+
 void addSetDaylight(const Command& cronvel) {
   const Command command = cronvel.add("set-daylight", "Set the daylight-saving period");
   const Text start = command.argument("START", "First day, such as 21/03");
   const Text end = command.argument("END", "Last day, such as 22/09");
   command.prepareTask([=] {
-    const CalendarDay first = parseDayMonth(*start, "START");
-    const CalendarDay last = parseDayMonth(*end, "END");
-    return requireSuccess("daylight saving from " + *start + " to " + *end,
-                          [=](Cronvel& c, const std::u16string& host) {
-                            return c.SetDayLight(host, byte(first.day), byte(first.month),
-                                                 byte(last.day), byte(last.month));
-                          });
+    const auto period = parsePeriod(*start, *end);
+    return requireSuccess(
+        "daylight saving from " + *start + " to " + *end,
+        [first = period.first, last = period.second](Cronvel& c, const std::u16string& host) {
+          return c.SetDayLight(host, byte(first.day), byte(first.month), byte(last.day),
+                               byte(last.month));
+        });
   });
 }
 

@@ -14,8 +14,8 @@ namespace {
 constexpr std::int32_t tickMilliseconds = 200;
 constexpr auto listenBefore = std::chrono::milliseconds(400);
 
-std::unique_ptr<Platform> makeTrace(Shell shell) {
-  return std::make_unique<TracingPlatform>(shell.platform, [&io = shell.io](std::string_view line) {
+std::unique_ptr<Platform> makeTrace(Platform& platform, Io& io) {
+  return std::make_unique<TracingPlatform>(platform, [&io](std::string_view line) {
     io.err << line << '\n' << std::flush;
   });
 }
@@ -24,8 +24,9 @@ std::unique_ptr<Platform> makeTrace(Shell shell) {
 
 TerminalSession::TerminalSession(Shell shell, const Link& link)
     : mShell(shell),
-      mTrace(link.trace() ? makeTrace(shell) : nullptr),
-      mControl(mTrace ? *mTrace : shell.platform, *this, *this),
+      mPlatform(shell.platform, shell.io),
+      mTrace(link.trace() ? makeTrace(mPlatform, shell.io) : nullptr),
+      mControl(mTrace ? *mTrace : mPlatform, *this, *this),
       mInterrupt(mControl),
       mTick(shell.platform.makeTimer()) {
   setUp(link);

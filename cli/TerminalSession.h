@@ -10,6 +10,7 @@
 #include "cli/CommandFailure.h"
 #include "cli/InterruptGuard.h"
 #include "cli/Link.h"
+#include "cli/SessionPlatform.h"
 #include "cli/Shell.h"
 #include "control/Cronvel.h"
 
@@ -155,6 +156,7 @@ class TerminalSession : private __Cronvel, private Container {
   void tick();
 
   Shell mShell;
+  SessionPlatform mPlatform;
   std::unique_ptr<Platform> mTrace;  ///< with --trace, the control's platform
   std::int16_t mSocketState = sckClosed;
   std::string mSocketError;  ///< of the call under way

@@ -14,7 +14,6 @@ enum class NoteKind {
   accepted,      ///< the terminal has done it
   refused,       ///< the terminal answered otherwise
   notSent,       ///< nothing was sent: the value asked for is out of the question
-  incomplete,    ///< less came than belongs to the answer
   noAnswer,      ///< the terminal was silent
   notConnected,  ///< no terminal connected in
   noCarrier,     ///< the modem has no connection

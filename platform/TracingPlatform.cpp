@@ -194,21 +194,21 @@ class TracingSocketArray : public SocketArray, private SocketEvents {
 }  // namespace
 
 TracingPlatform::TracingPlatform(Platform& inner, Sink sink)
-    : mInner(inner), mSink(std::move(sink)) {}
+    : ForwardingPlatform(inner), mSink(std::move(sink)) {}
 
 TracingPlatform::~TracingPlatform() = default;
 
 std::unique_ptr<SerialPort> TracingPlatform::makeSerialPort() {
-  return std::make_unique<TracingSerialPort>(mInner.makeSerialPort(), *this);
+  return std::make_unique<TracingSerialPort>(forwardedTo().makeSerialPort(), *this);
 }
 
 std::unique_ptr<SocketArray> TracingPlatform::makeSocketArray() {
-  return std::make_unique<TracingSocketArray>(mInner.makeSocketArray(), *this);
+  return std::make_unique<TracingSocketArray>(forwardedTo().makeSocketArray(), *this);
 }
 
 void TracingPlatform::note(std::string_view text) {
   write("-- " + std::string(text));
-  mInner.note(text);
+  forwardedTo().note(text);
 }
 
 void TracingPlatform::write(const std::string& text) {

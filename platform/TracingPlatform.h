@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Platform.h"
+#include "platform/ForwardingPlatform.h"
 
 namespace cronvel {
 
@@ -14,7 +14,7 @@ namespace cronvel {
 /// byte left with. Sockets and ports must not outlive it.
 ///
 ///     12:00:01.203 out 01 (600,m,8,1)
-class TracingPlatform : public Platform {
+class TracingPlatform : public ForwardingPlatform {
  public:
   /// Called with one line of text, without its end, on the thread that drives the control.
   using Sink = std::function<void(std::string_view line)>;
@@ -25,23 +25,12 @@ class TracingPlatform : public Platform {
 
   std::unique_ptr<SerialPort> makeSerialPort() override;
   std::unique_ptr<SocketArray> makeSocketArray() override;
-  std::unique_ptr<Timer> makeTimer() override { return mInner.makeTimer(); }
-  Clock& clock() override { return mInner.clock(); }
-  MessagePump& messagePump() override { return mInner.messagePump(); }
-  MsgBox& msgBox() override { return mInner.msgBox(); }
-  void mapCommPort(std::int16_t number, const std::string& path) override {
-    mInner.mapCommPort(number, path);
-  }
-  std::unique_ptr<SerialLineEnd> makeSerialLineEnd(const std::string& linkName) override {
-    return mInner.makeSerialLineEnd(linkName);
-  }
   void note(std::string_view text) override;
 
   /// Writes a line with the time before it.
   void write(const std::string& text);
 
  private:
-  Platform& mInner;
   Sink mSink;
 };
 

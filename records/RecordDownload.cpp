@@ -118,7 +118,9 @@ class Download {
       mLinks.note(NoteKind::ended,
                   "the download was ended after " + std::to_string(total) + " bytes");
     else if (total == 0)
-      mLinks.note(NoteKind::noAnswer, "nothing came within 5 s after the request");
+      mLinks.note(NoteKind::noAnswer, "nothing came from terminal " +
+                                          std::to_string(mLinks.state.DeviceNum) +
+                                          " within 5 s after the request");
     else
       mLinks.note(NoteKind::progress,
                   "5 s of silence: the stream has ended after " + std::to_string(total) + " bytes");

@@ -6,6 +6,7 @@
 #include "platform/reactor/CallOut.h"
 #include "platform/serial/SerialInput.h"
 #include "platform/serial/SerialOutput.h"
+#include "platform/system/Machine.h"
 
 namespace cronvel {
 namespace {
@@ -112,7 +113,10 @@ void ReactorSerialPort::PortOpen(bool open) {
 
 void ReactorSerialPort::open() {
   const std::string path = mPathOf(mNumber);
-  auto device = openSerialDevice(path, "COM" + std::to_string(mNumber) + " (" + path + ")");
+  // A path that somebody chose says more than the number that stands for it.
+  const bool chosen = path != usualPortPath(mNumber);
+  const std::string number = "COM" + std::to_string(mNumber);
+  auto device = openSerialDevice(path, chosen ? path : number + " (" + path + ")");
   device->apply(mSettings, mSetup.Handshaking);
   mDevice = std::move(device);
   applySetup();

@@ -55,11 +55,17 @@ test -> --port
 test --port '' -> --port is empty
 test --port 1 --host x -> not both
 test --listen 0 -> 1 to 65535
-test --port 1 --device 100 -> 0 to 99
+test --port 1 --device 160 -> 0 to 159
 set-keyboard 1 --listen 5000 -> --host
-set-daylight 21/13 22/09 --port 1 -> START
 message 1 «سلام» --port 1 -> « (U+00AB)
 mode names 1 2 3 4 5 6 7 abcdefghijklmnopq --port 1 -> a mode name has 16
+set-daylight 31/11 45/13 --port 1 -> "31/11" is not a day and month such as 21/03; END: "45/13"
+dial --port 1 --tel abc -> no telephone number
+set-keyboard 1 --host ::1 -> IPv6
+--port 1 test -> options stand after the command
+mode set 8 --port 1 -> 0 to 7
+code4 12 --port 1 -> has 4 of the keys
+download a --host x -> fetches every record
 reset-memory --port 1 -> --yes
 card delete-all --port 1 -> --yes
 set-clock --listen 5000 -> --host
@@ -79,7 +85,7 @@ TEST_F(CommandLineTest, ErrorsShowNumberAndCause) {
   mFolder.write("plain.Hex", "");
   std::filesystem::create_directory(mFolder / "b.Hex");
   expectFailures(3, R"(download @b --port 999 -> error 75:
-test --port @none -> error 8002:
+test --port /dev/none -> Invalid port number: /dev/none
 download @none/a --port 999 -> error 76:
 show @plain -> cronvel check)");
   expectFailures(2, R"(test --settings @garbage.Hex -> error 13:

@@ -121,8 +121,10 @@ TEST_F(EndToEnd, NothingOrTooLittleOrDamage) {
 // A supervisor such as timeout(1) signals the program and again its group.
 TEST_F(EndToEnd, AnInterruptOrAKillKeepsWhatArrived) {
   const SimulatedTerminal terminal("--serial --cards 50 --days 30");
-  for (const auto& [end, status] :
-       {std::pair(interrupt, 130), {"kill $pid; kill $pid", 130}, {"kill -KILL $pid", 137}}) {
+  const std::string second = CRONVEL_COMMAND " download a --port no-line; echo $? >second; ";
+  for (const auto& [end, status] : {std::pair(second + interrupt, 130),
+                                    {"kill $pid; kill $pid", 130},
+                                    {"kill -KILL $pid", 137}}) {
     std::filesystem::remove(mFolder / "a.part.Hex");
     const std::string download = "download a --speed 1200 --port " + terminal.line();
     EXPECT_EQ(runUntil("[ -s a.part.Hex ]", end, download), status);
@@ -133,6 +135,7 @@ TEST_F(EndToEnd, AnInterruptOrAKillKeepsWhatArrived) {
     EXPECT_FALSE(mFolder.has("a.Hex"));
     EXPECT_NE(out().find(" 0 damaged"), std::string::npos) << out();
   }
+  EXPECT_EQ(mFolder.read("second"), "6\n");
 }
 
 TEST_F(EndToEnd, DiskFullInACheckKeepsTheEarlierFiles) {
@@ -218,7 +221,10 @@ TEST_F(EndToEnd, ThroughAModem) {
       mFolder.path("lines");
   EXPECT_EQ(run("test --tel 5551234 --port " + line, preloaded), 0) << err();
   EXPECT_EQ(out(), "terminal 1: answers\n");
-  EXPECT_EQ(run("test --tel 0 --port " + line, preloaded), 2);
+  const SimulatedTerminal busy("--modem --modem-delay 200 --modem-answer busy --modem-lines " +
+                               mFolder.path("lines"));
+  EXPECT_EQ(run("test --tel 55 --port " + busy.announced("modem line: "), preloaded), 6);
+  EXPECT_EQ(err(), "cronvel: the line is busy\n");
 }
 
 TEST_F(EndToEnd, OutputThatCannotBeWrittenIsAnError) {

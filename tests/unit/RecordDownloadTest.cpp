@@ -33,7 +33,8 @@ TEST_F(RecordDownloadTest, EverySpeedHasItsCode) {
       EXPECT_TRUE(transcript().take().ends_with("discard in; out " + code +
                                                 "; sleep 50; discard in; settings " +
                                                 toUtf8(speed) + ",s,8,1"));
-      EXPECT_EQ(control->notes().last(), "nothing came within 5 s after the request");
+      EXPECT_EQ(control->notes().last(),
+                "nothing came from terminal 1 within 5 s after the request");
     }
     // On the network the codes are fixed.
     platform.time.after(60, [this] { platform.sockets->connectIn(0); });

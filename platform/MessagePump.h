@@ -7,7 +7,9 @@ namespace cronvel {
 class MessagePump {
  public:
   virtual ~MessagePump() = default;
-  /// One pass over what is pending now. Never waits.
+  /// One pass over what is pending now. Never waits. Where many handlers pump, one inside the
+  /// other, it makes no more than a pass in a millisecond: what is left is for those further up, so
+  /// that a thousand events at once do not take a thousand handlers' stack.
   virtual void DoEvents() = 0;
   /// Blocks until something is pending or a few milliseconds have gone by. Runs no handler, so that
   /// who waits for something sees it before the handlers do.

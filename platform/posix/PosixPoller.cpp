@@ -1,6 +1,8 @@
 #include <poll.h>
+#include <sys/epoll.h>
 #include <sys/eventfd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -17,19 +19,26 @@ using std::chrono::duration_cast;
 using std::chrono::nanoseconds;
 using std::chrono::seconds;
 
-short pollEvents(short interest) {
-  int events = 0;
-  if ((interest & Poller::readable) != 0) events |= POLLIN;
-  if ((interest & Poller::writable) != 0) events |= POLLOUT;
-  return static_cast<short>(events);
+std::uint32_t systemEvents(short interest) {
+  std::uint32_t events = 0;
+  if ((interest & Poller::readable) != 0) events |= EPOLLIN;
+  if ((interest & Poller::writable) != 0) events |= EPOLLOUT;
+  return events;
+}
+
+short foundBy(std::uint32_t events) {
+  if ((events & ~std::uint32_t{EPOLLIN | EPOLLOUT}) != 0)
+    return Poller::readable | Poller::writable;
+  const int found = ((events & EPOLLIN) != 0 ? Poller::readable : 0) |
+                    ((events & EPOLLOUT) != 0 ? Poller::writable : 0);
+  return static_cast<short>(found);
 }
 
 class PosixPoller : public Poller {
  public:
-  PosixPoller() : mWake(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
-    if (!mWake)
-      throw RunTimeError(ErrorNumber::tooManyFiles,
-                         std::string("the message pump: ") + std::strerror(errno));
+  PosixPoller()
+      : mEpoll(epoll_create1(EPOLL_CLOEXEC)), mWake(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
+    if (!mEpoll || !mWake) fail();
   }
 
   void wake() override {
@@ -39,32 +48,48 @@ class PosixPoller : public Poller {
     errno = before;
   }
 
-  void poll(std::span<Item> items, Duration longestWait) override {
-    mPolls.clear();
-    for (const Item& item : items)
-      mPolls.push_back({static_cast<int>(item.handle), pollEvents(item.interest), 0});
-    mPolls.push_back({mWake.get(), POLLIN, 0});
+  void setInterest(Handle handle, short events) override {
+    const int file = static_cast<int>(handle);
+    if (events == 0) {
+      if (epoll_ctl(mEpoll.get(), EPOLL_CTL_DEL, file, nullptr) == 0) mReady.pop_back();
+      return;
+    }
+    epoll_event wanted{systemEvents(events), {.fd = file}};
+    if (epoll_ctl(mEpoll.get(), EPOLL_CTL_MOD, file, &wanted) == 0) return;
+    if (epoll_ctl(mEpoll.get(), EPOLL_CTL_ADD, file, &wanted) != 0) fail();
+    mReady.emplace_back();
+  }
+
+  /// With the system's finest clock: epoll's own steps by the millisecond. A signal ends the wait
+  /// early.
+  void await(Duration longestWait) override {
     const auto wholeSeconds = duration_cast<seconds>(longestWait);
     const timespec timeout{wholeSeconds.count(),
                            duration_cast<nanoseconds>(longestWait - wholeSeconds).count()};
-    // A signal ends the wait early: to the caller a pass that found nothing.
-    const bool any = ppoll(mPolls.data(), mPolls.size(), &timeout, nullptr) > 0;
+    std::array<pollfd, 2> either{{{mEpoll.get(), POLLIN, 0}, {mWake.get(), POLLIN, 0}}};
+    if (ppoll(either.data(), either.size(), &timeout, nullptr) <= 0) return;
     eventfd_t calls = 0;
-    if (any && mPolls.back().revents != 0) static_cast<void>(eventfd_read(mWake.get(), &calls));
-    for (std::size_t i = 0; i < items.size(); ++i)
-      items[i].found = any ? foundBy(mPolls[i]) : short{0};
+    if (either[1].revents != 0) static_cast<void>(eventfd_read(mWake.get(), &calls));
+  }
+
+  void poll(std::vector<Found>& found) override {
+    if (mReady.empty()) return;
+    const int count = epoll_wait(mEpoll.get(), mReady.data(), static_cast<int>(mReady.size()), 0);
+    for (int i = 0; i < count; ++i) {
+      const epoll_event& each = mReady[static_cast<std::size_t>(i)];
+      found.push_back({each.data.fd, foundBy(each.events)});
+    }
   }
 
  private:
-  static short foundBy(const pollfd& poll) {
-    if ((poll.revents & ~(POLLIN | POLLOUT)) != 0) return readable | writable;
-    const int found = ((poll.revents & POLLIN) != 0 ? readable : 0) |
-                      ((poll.revents & POLLOUT) != 0 ? writable : 0);
-    return static_cast<short>(found);
+  [[noreturn]] static void fail() {
+    throw RunTimeError(ErrorNumber::tooManyFiles,
+                       std::string("the message pump: ") + std::strerror(errno));
   }
 
+  FileDescriptor mEpoll;
   FileDescriptor mWake;
-  std::vector<pollfd> mPolls;
+  std::vector<epoll_event> mReady;  ///< room for everything that is watched
 };
 
 }  // namespace

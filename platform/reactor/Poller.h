@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <span>
+#include <vector>
 
 namespace cronvel {
 
@@ -20,26 +20,27 @@ class Poller {
   /// Events; an interest is their sum.
   static constexpr short readable = 1, writable = 2, signalled = 4;
 
-  struct Item {
+  struct Found {
     Handle handle;
-    short interest;
-    short found;  ///< the events that came; failures count as all of them
+    short events;  ///< failures count as all of them
   };
 
   virtual ~Poller() = default;
   /// For a host that has messages: dispatches them.
   virtual void pumpHost() {}
-  /// For a host that has messages: waits for one, or for something to be ready.
-  virtual void awaitHost(Duration /*longestWait*/) {}
-  /// Looks what is ready. Waits only where `awaitHost` does not.
-  virtual void poll(std::span<Item> items, Duration longestWait) = 0;
+  /// Waits for something to be ready, or for a message of such a host.
+  virtual void await(Duration longestWait) = 0;
+  /// Adds what is ready, of what there is an interest in; the same again in each call until it was
+  /// dealt with. Costs by what is ready, not by what is watched.
+  virtual void poll(std::vector<Found>& found) = 0;
+  /// From now on these events of the handle are to be found and are to cause a pass; 0 for none,
+  /// before it is closed. Raises 67 where the system cannot watch as many.
+  virtual void setInterest(Handle handle, short events) = 0;
 
   /// Ends a wait under way, or else keeps the next one from waiting. From any thread; on POSIX from
   /// a signal handler as well.
   virtual void wake() = 0;
 
-  /// From now on these events of the handle are to cause a pass; 0 for none, before it is closed.
-  virtual void setInterest(Handle /*handle*/, short /*events*/) {}
   /// A pass is to take place at this time at the latest, even if only the host's own loop runs.
   virtual void callBy(TimePoint /*time*/) {}
   /// A pass is over; the next one has to take place at this time at the latest.

@@ -11,22 +11,30 @@ namespace {
 constexpr auto longestBlock = std::chrono::milliseconds(5);
 /// Between the calls for each pass where nobody but the host's own loop makes passes.
 constexpr auto hostPassEvery = std::chrono::milliseconds(10);
+/// Passes inside each other from which on they are rare, and how rare.
+constexpr int manyPasses = 64;
+constexpr auto rarePassEvery = std::chrono::milliseconds(1);
 }  // namespace
 
-struct Reactor::Source {
-  explicit Source(Handler h) : handler(std::move(h)) {}
+struct Reactor::Source : std::enable_shared_from_this<Source> {
+  Source(Handler itsHandler, std::uint64_t itsId) : handler(std::move(itsHandler)), id(itsId) {}
   Handler handler;
+  std::uint64_t id;  ///< sources are called in the order in which they were made
   Poller::Handle handle = Poller::noHandle;
   short events = 0;
-  unsigned attachment = 0;  ///< tells answers for an earlier handle from those for this one
   TimePoint callAt = TimePoint::max();
-  bool eachPass = false;
   bool registered = true;
+  /// How many calls of handlers there had been when it was called last or got its handle. What a
+  /// poll before that found is no longer news.
+  std::uint64_t touched = 0;
 };
+
+bool Reactor::Earlier::operator()(const Source* left, const Source* right) const {
+  return left->id < right->id;
+}
 
 struct Reactor::Ready {
   std::shared_ptr<Source> source;
-  unsigned attachment;
   short found;
 };
 
@@ -40,31 +48,32 @@ Reactor::Watch& Reactor::Watch::operator=(Watch&& other) noexcept {
 }
 
 Reactor::Watch::~Watch() {
-  if (mSource) mReactor->remove(mSource);
+  if (mSource) mReactor->remove(*mSource);
 }
 
 void Reactor::Watch::attach(Poller::Handle handle, short events) {
   if (events == 0) handle = Poller::noHandle;
-  if (mSource->handle == handle && mSource->events == events) return;
-  Poller& poller = *mReactor->mPoller;
-  if (mSource->handle != handle) {
-    ++mSource->attachment;
-    if (mSource->events != 0) poller.setInterest(mSource->handle, 0);
+  Source& source = *mSource;
+  if (source.handle == handle && source.events == events) return;
+  if (source.handle != handle) {
+    mReactor->detach(source);
+    source.touched = mReactor->mCalls;
   }
-  mSource->handle = handle;
-  mSource->events = events;
-  if (events != 0) poller.setInterest(handle, events);
+  if (events == 0) return;
+  mReactor->mPoller->setInterest(handle, events);
+  mReactor->mAttached[handle] = &source;
+  source.handle = handle;
+  source.events = events;
 }
 
 void Reactor::Watch::callAt(TimePoint time) {
-  mSource->callAt = time;
+  mReactor->schedule(*mSource, time);
   if (time != TimePoint::max()) mReactor->mPoller->callBy(time);
 }
 
 void Reactor::Watch::callEachPass(bool on) {
-  if (mSource->eachPass == on) return;
-  mSource->eachPass = on;
-  if (on) mReactor->mPoller->callBy(steady_clock::now() + hostPassEvery);
+  if (!mReactor->setEachPass(*mSource, on) || !on) return;
+  mReactor->mPoller->callBy(steady_clock::now() + hostPassEvery);
 }
 
 Reactor::Reactor(std::unique_ptr<Poller> poller) : mPoller(std::move(poller)) {
@@ -74,77 +83,106 @@ Reactor::Reactor(std::unique_ptr<Poller> poller) : mPoller(std::move(poller)) {
 Reactor::~Reactor() = default;
 
 Reactor::Watch Reactor::watch(Handler handler) {
-  mSources.push_back(std::make_shared<Source>(std::move(handler)));
-  return Watch(*this, mSources.back());
+  return Watch(*this, std::make_shared<Source>(std::move(handler), ++mWatches));
 }
 
-void Reactor::remove(const std::shared_ptr<Source>& source) {
-  if (source->events != 0) mPoller->setInterest(source->handle, 0);
-  source->registered = false;
-  std::erase(mSources, source);
+void Reactor::detach(Source& source) {
+  if (source.events == 0) return;
+  mPoller->setInterest(source.handle, 0);
+  mAttached.erase(source.handle);
+  source.handle = Poller::noHandle;
+  source.events = 0;
+}
+
+void Reactor::schedule(Source& source, TimePoint time) {
+  if (source.callAt == time) return;
+  mDue.erase({source.callAt, &source});
+  source.callAt = time;
+  if (time != TimePoint::max()) mDue.insert({time, &source});
+}
+
+/// Whether that changed anything.
+bool Reactor::setEachPass(Source& source, bool on) {
+  return on ? mEachPass.insert(&source).second : mEachPass.erase(&source) != 0;
+}
+
+void Reactor::remove(Source& source) {
+  detach(source);
+  schedule(source, TimePoint::max());
+  setEachPass(source, false);
+  source.registered = false;
+}
+
+bool Reactor::crowded() const {
+  return mDepth >= manyPasses && steady_clock::now() - mPassBegan < rarePassEvery;
 }
 
 void Reactor::DoEvents() {
+  if (crowded()) return;
   const Depth depth(*this);
   mPoller->pumpHost();
   pass();
 }
 
 void Reactor::awaitEvents() {
-  mPoller->awaitHost(blockFor(longestBlock));
-  pollSources(blockFor(longestBlock));
+  const TimePoint next = nextDue();
+  const TimePoint now = steady_clock::now();
+  if (next > now) mPoller->await(std::min<Poller::Duration>(longestBlock, next - now));
 }
 
 void Reactor::pass() {
   const Depth depth(*this);
-  pollSources(Poller::Duration::zero());
+  mFound.clear();
+  mPoller->poll(mFound);
   const struct AtEnd {
     Reactor& reactor;
     ~AtEnd() { reactor.endPass(); }
   } atEnd{*this};
   const TimePoint now = steady_clock::now();
-  for (const Ready& ready : readySources(now)) {
+  mPassBegan = now;
+  serve(readySources(now), now);
+}
+
+void Reactor::serve(const std::vector<Ready>& all, TimePoint now) {
+  const std::uint64_t polled = mCalls;
+  for (const Ready& ready : all) {
     Source& source = *ready.source;
     // An earlier handler of this pass, or a pass inside it, may have changed what was found.
     if (!source.registered) continue;
-    const short found = source.attachment == ready.attachment ? ready.found : short{0};
+    const bool news = source.touched <= polled;
     const bool due = source.callAt <= now;
-    if (found == 0 && !due && !source.eachPass) continue;
-    if (due) source.callAt = TimePoint::max();
-    source.handler(found);
+    if (!due && !(news && (ready.found != 0 || mEachPass.contains(&source)))) continue;
+    if (due) schedule(source, TimePoint::max());
+    source.touched = ++mCalls;
+    source.handler(news ? ready.found : short{0});
   }
 }
 
 void Reactor::endPass() {
-  TimePoint next = TimePoint::max();
-  for (const auto& source : mSources) {
-    next = std::min(next, source->callAt);
-    if (source->eachPass) next = std::min(next, steady_clock::now() + hostPassEvery);
-  }
+  TimePoint next = nextDue();
+  if (!mEachPass.empty()) next = std::min(next, steady_clock::now() + hostPassEvery);
   mPoller->passEnded(next);
 }
 
-/// The time to the next call, but no more than `longestWait`.
-Poller::Duration Reactor::blockFor(Poller::Duration longestWait) const {
-  TimePoint next = TimePoint::max();
-  for (const auto& source : mSources) next = std::min(next, source->callAt);
-  const TimePoint now = steady_clock::now();
-  return next <= now ? Poller::Duration::zero() : std::min(longestWait, next - now);
+Reactor::TimePoint Reactor::nextDue() const {
+  return mDue.empty() ? TimePoint::max() : mDue.begin()->first;
 }
 
-void Reactor::pollSources(Poller::Duration wait) {
-  mItems.clear();
-  for (const auto& source : mSources) mItems.push_back({source->handle, source->events, 0});
-  mPoller->poll(mItems, wait);
-}
-
+/// Each once.
 std::vector<Reactor::Ready> Reactor::readySources(TimePoint now) const {
   std::vector<Ready> ready;
-  for (std::size_t i = 0; i < mSources.size(); ++i) {
-    const auto& source = mSources[i];
-    if (mItems[i].found != 0 || source->eachPass || source->callAt <= now)
-      ready.push_back({source, source->attachment, mItems[i].found});
-  }
+  const auto add = [&](Source* source, short found) {
+    ready.push_back({source->shared_from_this(), found});
+  };
+  for (const Poller::Found& found : mFound)
+    if (const auto attached = mAttached.find(found.handle); attached != mAttached.end())
+      add(attached->second, found.events);
+  for (auto due = mDue.begin(); due != mDue.end() && due->first <= now; ++due) add(due->second, 0);
+  for (Source* source : mEachPass) add(source, 0);
+  // What was found comes before the other reasons for the same source.
+  std::ranges::stable_sort(ready, {}, [](const Ready& each) { return each.source->id; });
+  const auto repeated = std::ranges::unique(ready, {}, &Ready::source);
+  ready.erase(repeated.begin(), repeated.end());
   return ready;
 }
 

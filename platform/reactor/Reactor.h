@@ -3,6 +3,8 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <set>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/MessagePump.h"
@@ -12,7 +14,8 @@ namespace cronvel {
 
 /// The message pump: waits for sockets and the like and for points in time and calls the handlers
 /// of those that came. Single-threaded. A handler may pump again, may end any watch (its own too)
-/// and may throw; what the pass had not reached by then comes in a later pass.
+/// and may throw; what the pass had not reached by then comes in a later pass. A pass costs by what
+/// is ready and due, not by what is watched.
 class Reactor : public MessagePump {
   struct Source;
 
@@ -61,6 +64,9 @@ class Reactor : public MessagePump {
 
  private:
   struct Ready;
+  struct Earlier {
+    bool operator()(const Source* left, const Source* right) const;
+  };
   /// Counts the passes that are under way, one inside the other.
   class Depth {
    public:
@@ -75,16 +81,24 @@ class Reactor : public MessagePump {
 
   void pass();
   void endPass();
-  Poller::Duration blockFor(Poller::Duration longestWait) const;
-  void pollSources(Poller::Duration wait);
+  bool crowded() const;
+  void detach(Source& source);
+  void schedule(Source& source, TimePoint time);
+  bool setEachPass(Source& source, bool on);
+  TimePoint nextDue() const;
+  void serve(const std::vector<Ready>& all, TimePoint now);
   std::vector<Ready> readySources(TimePoint now) const;
-  void remove(const std::shared_ptr<Source>& source);
+  void remove(Source& source);
 
   int mDepth = 0;
+  TimePoint mPassBegan;
+  std::uint64_t mCalls = 0;  ///< of handlers so far
+  std::uint64_t mWatches = 0;
   std::unique_ptr<Poller> mPoller;
-  std::vector<std::shared_ptr<Source>> mSources;
-  std::vector<Poller::Item>
-      mItems;  ///< parallel to mSources from a poll until its answers are read
+  std::unordered_map<Poller::Handle, Source*> mAttached;
+  std::set<std::pair<TimePoint, Source*>> mDue;  ///< who is to be called by time
+  std::set<Source*, Earlier> mEachPass;
+  std::vector<Poller::Found> mFound;  ///< of a poll until its answers are read
 };
 
 }  // namespace cronvel

@@ -4,6 +4,9 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <span>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "platform/reactor/Poller.h"
@@ -102,7 +105,6 @@ class EventWatch {
 class SocketSet {
  public:
   void clear() { mSet.fd_count = 0; }
-  bool full() const { return mSet.fd_count == FD_SETSIZE; }
   bool empty() const { return mSet.fd_count == 0; }
   void add(SOCKET socket) { mSet.fd_array[mSet.fd_count++] = socket; }
   fd_set* get() { return empty() ? nullptr : &mSet; }
@@ -114,9 +116,9 @@ class SocketSet {
   fd_set mSet{};
 };
 
-/// Readiness is looked up with `select` in each pass. Messages to a window of its own only tell
-/// that there is something to look for: they end a wait, and in the host's own loop they are what
-/// makes passes.
+/// Messages to a window of its own tell on which sockets there may be something: they end a wait,
+/// and in the host's own loop they are what makes passes. Which of these sockets are ready is
+/// looked up with `select` in each pass, until they no longer are.
 class Win32Poller : public Poller {
  public:
   Win32Poller()
@@ -131,8 +133,8 @@ class Win32Poller : public Poller {
     DestroyWindow(mWindow);
   }
 
-  void awaitHost(Duration longestWait) override {
-    if (longestWait > Duration::zero() && !mFoundSome) block(longestWait);
+  void await(Duration longestWait) override {
+    if (!mMore) block(longestWait);
   }
 
   void pumpHost() override {
@@ -151,15 +153,17 @@ class Win32Poller : public Poller {
 
   void wake() override { SetEvent(mWake); }
 
-  void poll(std::span<Item> items, Duration /*longestWait*/) override {
-    std::size_t from = 0;
-    while (from < items.size()) from = selectSome(items, from);
-    for (Item& item : items) {
-      if ((item.interest & signalled) != 0 &&
-          WaitForSingleObject(reinterpret_cast<HANDLE>(item.handle), 0) == WAIT_OBJECT_0)
-        item.found = signalled;
-    }
-    mFoundSome = std::ranges::any_of(items, [](const Item& item) { return item.found != 0; });
+  void poll(std::vector<Found>& found) override {
+    const std::size_t before = found.size();
+    const std::vector<Handle> asked = std::exchange(mCandidates, {});
+    for (std::size_t from = 0; from < asked.size(); from += FD_SETSIZE)
+      selectSome(
+          std::span(asked).subspan(from, std::min<std::size_t>(FD_SETSIZE, asked.size() - from)),
+          found);
+    for (const auto& [handle, watch] : mEvents)
+      if (WaitForSingleObject(watch->event(), 0) == WAIT_OBJECT_0)
+        found.push_back({handle, signalled});
+    mMore = found.size() > before;
   }
 
   void setInterest(Handle handle, short events) override {
@@ -167,11 +171,7 @@ class Win32Poller : public Poller {
       const auto event = reinterpret_cast<HANDLE>(handle);
       mEvents[handle] = std::make_unique<EventWatch>(event, mWindow);
     } else if (mEvents.erase(handle) == 0) {
-      long network = 0;
-      if ((events & readable) != 0) network |= FD_READ | FD_ACCEPT | FD_CLOSE;
-      if ((events & writable) != 0) network |= FD_WRITE | FD_CONNECT | FD_CLOSE;
-      WSAAsyncSelect(static_cast<SOCKET>(handle), mWindow, network != 0 ? socketMessage : 0,
-                     network);
+      setSocketInterest(handle, events);
     }
   }
 
@@ -189,13 +189,38 @@ class Win32Poller : public Poller {
 
   void passEnded(TimePoint next) override {
     for (const auto& [handle, watch] : mEvents) watch->rearmIfFired();
-    if (mFoundSome) next = std::min(next, steady_clock::now() + lookAgainAfter);
+    if (mMore) next = std::min(next, steady_clock::now() + lookAgainAfter);
     if (next != TimePoint::max()) callBy(next);
   }
 
   void setPass(std::function<void()> pass) override { mPass = std::move(pass); }
 
  private:
+  struct WatchedSocket {
+    short interest = 0;
+    bool candidate = false;
+  };
+
+  void setSocketInterest(Handle handle, short events) {
+    long network = 0;
+    if ((events & readable) != 0) network |= FD_READ | FD_ACCEPT | FD_CLOSE;
+    if ((events & writable) != 0) network |= FD_WRITE | FD_CONNECT | FD_CLOSE;
+    WSAAsyncSelect(static_cast<SOCKET>(handle), mWindow, network != 0 ? socketMessage : 0, network);
+    if (network == 0) {
+      mSockets.erase(handle);
+    } else {
+      mSockets[handle].interest = events;
+      maybeReady(handle);
+      mMore = true;
+    }
+  }
+
+  void maybeReady(Handle handle) {
+    const auto socket = mSockets.find(handle);  // a message may be older than the socket's end
+    if (socket == mSockets.end() || std::exchange(socket->second.candidate, true)) return;
+    mCandidates.push_back(handle);
+  }
+
   static bool isQuit(const MSG& message) { return message.message == WM_QUIT; }
 
   void block(Duration longestWait) {
@@ -219,6 +244,8 @@ class Win32Poller : public Poller {
     if (isQuit(message)) {
       mQuitting = true;
       PostQuitMessage(static_cast<int>(message.wParam));
+    } else if (message.message == socketMessage) {
+      maybeReady(static_cast<Handle>(message.wParam));
     } else if (message.message == turnMessage) {
       mTurnPosted = false;
     } else if (message.message == WM_TIMER) {
@@ -250,30 +277,40 @@ class Win32Poller : public Poller {
     }
   }
 
-  /// One `select`, from this item on; where the next one begins.
-  std::size_t selectSome(std::span<Item> items, std::size_t from) {
-    mRead.clear();
-    mWrite.clear();
-    mFailed.clear();
-    std::size_t to = from;
-    for (; to < items.size() && !mRead.full() && !mWrite.full(); ++to) {
-      const auto socket = static_cast<SOCKET>(items[to].handle);
-      if ((items[to].interest & readable) != 0) mRead.add(socket);
-      if ((items[to].interest & writable) == 0) continue;
-      mWrite.add(socket);
-      mFailed.add(socket);
-    }
-    if (mRead.empty() && mWrite.empty()) return to;
+  /// One `select`. Who is ready stays a candidate, and so does who wants to write: few do, and how
+  /// often a connection in the making sends messages differs by system.
+  void selectSome(std::span<const Handle> handles, std::vector<Found>& found) {
+    for (SocketSet* set : {&mRead, &mWrite, &mFailed}) set->clear();
+    for (const Handle handle : handles) addToSets(handle);
+    if (mRead.empty() && mWrite.empty()) return;
     timeval none{};
-    if (select(0, mRead.get(), mWrite.get(), mFailed.get(), &none) <= 0) return to;
+    if (select(0, mRead.get(), mWrite.get(), mFailed.get(), &none) < 0)
+      for (SocketSet* set : {&mRead, &mWrite, &mFailed}) set->clear();
     for (SocketSet* set : {&mRead, &mWrite, &mFailed}) set->sort();
-    for (Item& item : items.subspan(from, to - from)) {
-      const auto socket = static_cast<SOCKET>(item.handle);
-      if ((item.interest & (readable | writable)) == 0) continue;
-      const int found = (mRead.has(socket) ? readable : 0) | (mWrite.has(socket) ? writable : 0);
-      item.found = mFailed.has(socket) ? item.interest : static_cast<short>(found);
+    for (const Handle handle : handles) {
+      const auto socket = mSockets.find(handle);
+      if (socket == mSockets.end()) continue;
+      const short events = foundOn(handle, socket->second.interest);
+      if (events != 0) found.push_back({handle, events});
+      if (events != 0 || (socket->second.interest & writable) != 0) maybeReady(handle);
     }
-    return to;
+  }
+
+  void addToSets(Handle handle) {
+    const auto socket = mSockets.find(handle);
+    if (socket == mSockets.end()) return;
+    socket->second.candidate = false;
+    if ((socket->second.interest & readable) != 0) mRead.add(static_cast<SOCKET>(handle));
+    if ((socket->second.interest & writable) == 0) return;
+    mWrite.add(static_cast<SOCKET>(handle));
+    mFailed.add(static_cast<SOCKET>(handle));
+  }
+
+  short foundOn(Handle handle, short interest) {
+    const auto socket = static_cast<SOCKET>(handle);
+    if (mFailed.has(socket)) return interest;
+    return static_cast<short>((mRead.has(socket) ? readable : 0) |
+                              (mWrite.has(socket) ? writable : 0));
   }
 
   WindowClass mClass;
@@ -282,8 +319,10 @@ class Win32Poller : public Poller {
   WaitableTimer mWaitLimit;
   HANDLE mWake = CreateEventW(nullptr, FALSE, FALSE, nullptr);  ///< reset by the wait that it ends
   std::map<Handle, std::unique_ptr<EventWatch>> mEvents;
+  std::unordered_map<Handle, WatchedSocket> mSockets;
+  std::vector<Handle> mCandidates;  ///< sockets that may be ready, each once
   SocketSet mRead, mWrite, mFailed;
-  bool mFoundSome = false;
+  bool mMore = false;  ///< there may be more to find without a message
   bool mQuitting = false;
   bool mTurnPosted = false;
   TimePoint mTimerDue = TimePoint::max();

@@ -198,6 +198,16 @@ TEST_F(SocketTest, ManyElementsAtOnce) {
   }
   EXPECT_TRUE(pumpUntil([&] { return received.size() == count; }));
   EXPECT_EQ(sockets->upperBound(), 2 * count + 1);
+  int depth = 0, deepest = 0;  // all at once, and each handler pumps
+  onData = [&](std::int16_t index, auto) {
+    deepest = std::max(deepest, ++depth);
+    take(index);
+    platform->messagePump().DoEvents();
+    --depth;
+  };
+  for (std::int16_t i = 2; i < 2 + count; ++i) sockets->at(i).SendData(Bytes{1});
+  EXPECT_TRUE(pumpUntil([&] { return received.size() == 2 * count; }));
+  EXPECT_LT(deepest, count / 2);
 }
 
 }  // namespace

@@ -27,4 +27,8 @@ class Utf8Console {
   unsigned mEarlier = 0;  ///< the console's own code page
 };
 
+/// Lets this program have as many files and sockets open at a time as the system permits it at all,
+/// which is often a multiple of what it begins with.
+void raiseOpenFileLimit();
+
 }  // namespace cronvel

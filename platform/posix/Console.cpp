@@ -1,5 +1,6 @@
 #include "platform/Console.h"
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -15,5 +16,12 @@ std::vector<std::string> programArguments(int argc, char** argv) { return {argv 
 // They are.
 Utf8Console::Utf8Console() = default;
 Utf8Console::~Utf8Console() = default;
+
+void raiseOpenFileLimit() {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
 
 }  // namespace cronvel

@@ -13,7 +13,9 @@ namespace cronvel {
 
 bool isTerminal(int standardStream) { return _isatty(standardStream) != 0; }
 
-void reportFileSizeLimit() {}  // there is none
+// There is neither limit.
+void reportFileSizeLimit() {}
+void raiseOpenFileLimit() {}
 
 std::vector<std::string> programArguments(int argc, char** argv) {
   const auto release = [](wchar_t** words) { LocalFree(words); };

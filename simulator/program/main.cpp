@@ -2,6 +2,7 @@
 #include <iostream>
 #include <stdexcept>
 
+#include "platform/Console.h"
 #include "platform/Platform.h"
 #include "simulator/program/Options.h"
 #include "simulator/program/Simulation.h"
@@ -24,6 +25,7 @@ int main(int argc, char** argv) {
   int status = 0;
   const auto options = parseOptions(argc, argv, status);
   if (!options) return status;
+  cronvel::raiseOpenFileLimit();  // a connection each, for hundreds of terminals
   std::signal(SIGINT, [](int) { Simulation::stop(); });
   std::signal(SIGTERM, [](int) { Simulation::stop(); });
   try {

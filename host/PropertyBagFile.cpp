@@ -85,7 +85,7 @@ void PropertyBagFile::parseLine(std::string_view line, const std::string& where)
 
 void PropertyBagFile::save(const std::filesystem::path& path) const {
   TextOutput file(path);
-  for (const std::string& key : mOrder) file.printLine({key, "=", printed(mValues.at(key))});
+  for (const std::string& key : mOrder) file.printLine(key, "=", printed(mValues.at(key)));
   file.close();
 }
 

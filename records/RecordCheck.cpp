@@ -31,8 +31,7 @@ File openInput(const std::u16string& mFileName) {
 
 void readAll(File& input, RecordStream& stream) {
   std::vector<std::uint8_t> block(readBlock);
-  while (const std::size_t count = input.read(block))
-    for (const std::uint8_t byte : std::span(block).first(count)) stream.take(byte);
+  while (const std::size_t count = input.read(block)) stream.take(std::span(block).first(count));
 }
 
 }  // namespace

@@ -3,18 +3,28 @@
 namespace cronvel {
 namespace {
 
-void nothing(TextOutput& /*file*/, const Record& /*record*/) {}
+/// Parts of a record whose length is always the same.
+template <std::size_t size>
+std::span<const char, size> part(std::string_view text, std::size_t from = 0) {
+  return std::span<const char, size>(text.substr(from, size));
+}
+auto timeOf(const Record& record) { return part<4>(record.time); }
+auto dateOf(const Record& record) { return part<6>(record.date); }
+auto typeOf(const Record& record) { return part<2>(record.type); }
 
 void quotedCard(TextOutput& file, const Record& record) {
-  file.writeQuoted({record.card, record.time, record.date, record.type});
+  file.printLine("\"", record.card, "\",\"", timeOf(record), "\",\"", dateOf(record), "\",\"",
+                 typeOf(record), "\"");
 }
 
-void quotedDate(TextOutput& file, const Record& record) { file.writeQuoted({record.date}); }
+void quotedDate(TextOutput& file, const Record& record) {
+  file.printLine("\"", dateOf(record), "\"");
+}
 
 void tabbedDate(TextOutput& file, const Record& record) {
-  if (record.firstDate) file.printLine({"\t0ed"});
-  const std::string_view date = record.date;
-  file.printLine({"bb\t", date.substr(0, 2), "\t", date.substr(2, 2), "\t", date.substr(4, 2)});
+  if (record.firstDate) file.printLine("\t0ed");
+  file.printLine("bb\t", part<2>(record.date), "\t", part<2>(record.date, 2), "\t",
+                 part<2>(record.date, 4));
 }
 
 std::string lowerCase(std::string_view type) {
@@ -25,33 +35,36 @@ std::string lowerCase(std::string_view type) {
 }
 
 void tabbedCard(TextOutput& file, const Record& record) {
-  if (record.type != "ED") file.printLine({lowerCase(record.type), "\t"});
-  file.printLine({record.card, "\t", record.time, "\t"});
+  if (record.type != "ED") file.printLine(lowerCase(record.type), "\t");
+  file.printLine(record.card, "\t", timeOf(record), "\t");
 }
 
 }  // namespace
 
 std::span<const RecordOutput> recordOutputs() {
   static constexpr RecordOutput outputs[] = {
-      {u".txt", nothing, quotedCard},
-      {u".ddd", quotedDate, nothing},
+      {u".txt", nullptr, quotedCard},
+      {u".ddd", quotedDate, nullptr},
       {u".dat", tabbedDate, tabbedCard},
   };
   return outputs;
 }
 
 RecordOutputs::RecordOutputs(const std::u16string& rawFile) {
-  for (const RecordOutput& output : recordOutputs())
-    mFiles.push_back(
-        std::make_unique<TextOutput>(toPath(withExtension(rawFile, output.extension))));
+  for (const RecordOutput& output : recordOutputs()) {
+    const auto path = toPath(withExtension(rawFile, output.extension));
+    TextOutput* file = mFiles.emplace_back(std::make_unique<TextOutput>(path)).get();
+    if (output.date != nullptr) mOfDates.push_back({file, output.date});
+    if (output.card != nullptr) mOfCards.push_back({file, output.card});
+  }
 }
 
 void RecordOutputs::date(const Record& record) {
-  for (std::size_t i = 0; i < mFiles.size(); ++i) recordOutputs()[i].date(*mFiles[i], record);
+  for (const Target& target : mOfDates) target.print(*target.file, record);
 }
 
 void RecordOutputs::card(const Record& record) {
-  for (std::size_t i = 0; i < mFiles.size(); ++i) recordOutputs()[i].card(*mFiles[i], record);
+  for (const Target& target : mOfCards) target.print(*target.file, record);
 }
 
 void RecordOutputs::close() {

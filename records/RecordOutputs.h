@@ -14,8 +14,10 @@ namespace cronvel {
 /// A file that the check writes beside the raw one, under the same base name.
 struct RecordOutput {
   std::u16string_view extension;
-  void (*date)(TextOutput& file, const Record& record);
-  void (*card)(TextOutput& file, const Record& record);
+  /// What a record adds to it; null for nothing.
+  using Line = void (*)(TextOutput& file, const Record& record);
+  Line date;
+  Line card;
 };
 
 /// All of them:
@@ -38,7 +40,14 @@ class RecordOutputs : public RecordSink {
   void close();
 
  private:
-  std::vector<std::unique_ptr<TextOutput>> mFiles;  ///< in the order of `recordOutputs`
+  struct Target {
+    TextOutput* file;
+    RecordOutput::Line print;
+  };
+
+  std::vector<std::unique_ptr<TextOutput>> mFiles;
+  std::vector<Target> mOfDates;
+  std::vector<Target> mOfCards;
 };
 
 }  // namespace cronvel

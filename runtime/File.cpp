@@ -1,7 +1,9 @@
 #include "runtime/File.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 #include "runtime/RunTimeError.h"
 #include "runtime/Text.h"
@@ -9,7 +11,7 @@
 namespace cronvel {
 namespace {
 
-constexpr std::size_t bufferSize = 256 * 1024;
+constexpr std::size_t bufferSize = 1024 * 1024;
 
 ErrorNumber numberOf(int error, bool opening) {
   switch (error) {
@@ -142,9 +144,7 @@ void File::close() {
   }
 }
 
-TextOutput::TextOutput(const std::filesystem::path& path) : mFile(path, File::Access::output) {
-  mPending.reserve(bufferSize + 1024);
-}
+TextOutput::TextOutput(const std::filesystem::path& path) : mFile(path, File::Access::output) {}
 
 TextOutput::~TextOutput() {
   try {
@@ -154,35 +154,37 @@ TextOutput::~TextOutput() {
   }
 }
 
-void TextOutput::writeQuoted(std::initializer_list<std::string_view> texts) {
-  std::string_view separator;
-  for (const std::string_view text : texts) {
-    mPending.append(separator).append("\"").append(text).append("\"");
-    separator = ",";
-  }
-  endLine();
-}
-
-void TextOutput::printLine(std::initializer_list<std::string_view> texts) {
-  for (const std::string_view text : texts) mPending.append(text);
-  endLine();
-}
-
 void TextOutput::close() {
   flush();
   mFile.close();
 }
 
-void TextOutput::endLine() {
-  mPending.append("\r\n");
-  if (mPending.size() >= bufferSize) flush();
+void TextOutput::makeRoom(std::size_t length) {
+  if (mUsed > 0) writeBehind();
+  if (mBuffer.size >= length) return;
+  const std::size_t size = std::max(bufferSize, length);
+  mBuffer = {std::make_unique_for_overwrite<char[]>(size), size};
+}
+
+/// On another thread, or in time where there can be none.
+void TextOutput::writeBehind() {
+  awaitWriting();
+  std::swap(mBehind, mBuffer);
+  mWriting = std::async([this, size = std::exchange(mUsed, 0)] { write(mBehind, size); });
+}
+
+void TextOutput::awaitWriting() {
+  if (mWriting.valid()) mWriting.get();
 }
 
 void TextOutput::flush() {
-  const std::string pending = std::move(mPending);
-  mPending.clear();
-  if (pending.empty()) return;
-  mFile.write({reinterpret_cast<const std::uint8_t*>(pending.data()), pending.size()});
+  const std::size_t size = std::exchange(mUsed, 0);
+  awaitWriting();
+  if (size > 0) write(mBuffer, size);
+}
+
+void TextOutput::write(const Buffer& buffer, std::size_t size) {
+  mFile.write({reinterpret_cast<const std::uint8_t*>(buffer.bytes.get()), size});
 }
 
 }  // namespace cronvel

@@ -16,7 +16,8 @@
 namespace cronvel {
 
 /// What this machine offers to a control. One per thread that drives controls or simulated devices;
-/// it outlives everything that it made.
+/// it outlives everything that it made. Those of different threads share nothing: any number of
+/// threads can each have their own, with controls of their own.
 class Platform {
  public:
   virtual ~Platform() = default;

@@ -95,8 +95,11 @@ def main(folder, page):
              "it can be compared between machines; [bench/README.md](../bench/README.md) says what "
              "is run."]
     if context:
+        load = max(context["load_avg"], default=0)
         lines += ["", f"This run: {context['num_cpus']} cores of {context['mhz_per_cpu']} MHz, an "
-                  "optimised build.", "", *rows]
+                  f"optimised build, load {load:.1f}.",
+                  "(At rest the load is below 1; with much more the times are not the program's "
+                  "alone.)", "", *rows]
     windows = os.path.join(folder, "windows.txt")
     if os.path.exists(windows):
         with open(windows, encoding="utf-8") as stream:

@@ -1,8 +1,10 @@
 #include "runtime/Conversion.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <optional>
 #include <vector>
@@ -60,7 +62,7 @@ class NumberReader {
     return parse(number);
   }
 
-  bool atEnd() { return peek() == u'\0'; }
+  bool atEnd() { return peek() == u'\0' && mPos == mText.size(); }
 
  private:
   char16_t peek() {
@@ -136,12 +138,23 @@ class NumberReader {
   static double parse(const std::string& number) {
     double value = 0;
     const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
-    if (result.ec == std::errc::result_out_of_range) {
-      // Underflow is 0; overflow is past every integer type.
-      const bool tiny = number.find("e-") != std::string::npos;
-      return tiny ? 0.0 : std::numeric_limits<double>::infinity();
-    }
-    return value;
+    if (result.ec != std::errc::result_out_of_range) return value;
+    // Underflow is 0; overflow is past every integer type.
+    if (isTiny(number)) return 0;
+    constexpr double past = std::numeric_limits<double>::infinity();
+    return number.front() == '-' ? -past : past;
+  }
+
+  /// Of a number that no double can hold: whether it lies below 1. Where its first digit stands
+  /// decides, and the exponent.
+  static bool isTiny(const std::string& number) {
+    const std::size_t mark = std::min(number.find('e'), number.size());
+    const auto point = static_cast<std::int64_t>(std::min(number.find('.'), mark));
+    const auto first = static_cast<std::int64_t>(number.find_first_of("123456789"));
+    constexpr std::int64_t farOff = 1'000'000'000;
+    const std::int64_t exponent =
+        mark == number.size() ? 0 : std::strtol(number.c_str() + mark + 1, nullptr, 10);
+    return point - first + std::clamp(exponent, -farOff, farOff) < 0;
   }
 
   std::u16string_view mText;

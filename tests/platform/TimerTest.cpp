@@ -1,5 +1,3 @@
-#include <thread>
-
 #include "tests/platform/PlatformTest.h"
 
 namespace cronvel {
@@ -34,16 +32,6 @@ TEST_F(TimerTest, ItsHandlerIsNeverNestedAndMayThrowOrDestroyIt) {
   EXPECT_EQ(ticks, 1);  // missed ones are one
   EXPECT_THROW(pumpUntil([&] { return !timer; }), std::runtime_error);
   EXPECT_TRUE(pumpUntil([&] { return !timer; }));
-}
-
-TEST_F(TimerTest, AWaitEndsAtOnceWhenAnotherThreadWakesThePump) {
-  {
-    const std::jthread waker([&](const std::stop_token& stopped) {
-      while (!stopped.stop_requested()) platform->messagePump().wake();
-    });
-    EXPECT_GT(passesIn(200), 200);
-  }
-  EXPECT_LT(passesIn(50), 60);
 }
 
 }  // namespace

@@ -114,6 +114,7 @@ DisplayText displayText(std::string_view typed, const DisplayField& field, bool 
 }
 
 std::string quotedRow(const DisplayText& text) {
+  // NOLINTNEXTLINE(misc-misleading-bidirectional): the text that is returned ends it
   constexpr const char* fromLeftToRight = "\u202D";
   constexpr const char* endOfThat = "\u202C";
   return '"' + (fromLeftToRight + drawnRow(text.row)) + endOfThat + '"';

@@ -181,8 +181,8 @@ std::vector<Reactor::Ready> Reactor::readySources(TimePoint now) const {
   for (Source* source : mEachPass) add(source, 0);
   // What was found comes before the other reasons for the same source.
   std::ranges::stable_sort(ready, {}, [](const Ready& each) { return each.source->id; });
-  const auto repeated = std::ranges::unique(ready, {}, &Ready::source);
-  ready.erase(repeated.begin(), repeated.end());
+  const auto same = [](const Ready& a, const Ready& b) { return a.source == b.source; };
+  ready.erase(std::unique(ready.begin(), ready.end(), same), ready.end());
   return ready;
 }
 

@@ -81,6 +81,7 @@ Display::Display(Payload codes) {
 }
 
 std::string Display::told() const {
+  // NOLINTNEXTLINE(misc-misleading-bidirectional): the text that is told ends it
   constexpr std::string_view fromLeftToRight = "\u202D";
   constexpr std::string_view endOfThat = "\u202C";
   return inQuotes(read) + ", drawn \"" + std::string(fromLeftToRight) + drawn +

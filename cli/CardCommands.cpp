@@ -5,6 +5,7 @@
 #include "cli/CardFile.h"
 #include "cli/Command.h"
 #include "cli/Confirmation.h"
+#include "protocol/CommandExchange.h"
 #include "runtime/Text.h"
 
 namespace cronvel {

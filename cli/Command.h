@@ -78,9 +78,6 @@ class Command {
 TerminalAction requireSuccess(std::string done,
                               std::function<bool(Cronvel&, const std::u16string& host)> call);
 
-/// The terminal's reply byte for success.
-inline constexpr std::uint8_t successReply = 24;
-
 // The families of subcommands, each in the file of its name: a subcommand is added there only.
 
 void addTerminalCommands(const Command& cronvel, const Io& io);

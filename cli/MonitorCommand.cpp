@@ -7,6 +7,7 @@
 
 #include "cli/Arguments.h"
 #include "cli/Command.h"
+#include "protocol/CommandExchange.h"
 #include "runtime/Text.h"
 
 namespace cronvel {
@@ -75,6 +76,8 @@ class Monitor {
   bool keepIfConnected(const std::string& name);
   void lookForSilent();
   void lookForLost();
+  void startTime();
+  void watchConnections();
   void switchOff();
   void problem(ExitStatus status, const std::string& sentence);
   void end(bool interrupted) const;
@@ -131,9 +134,9 @@ bool Monitor::answered() {
   return !mAnswered.empty() || mSession.interrupted();
 }
 
-void startTime(const MonitorPlan& plan, TerminalSession& session, SteadyClock::time_point& end) {
-  session.say("monitoring is on; Ctrl-C ends it", true);
-  if (plan.seconds) end = SteadyClock::now() + std::chrono::seconds(*plan.seconds);
+void Monitor::startTime() {
+  mSession.say("monitoring is on; Ctrl-C ends it", true);
+  if (mPlan.seconds) mEnd = SteadyClock::now() + std::chrono::seconds(*mPlan.seconds);
 }
 
 /// False when it was interrupted meanwhile: then the terminal may be on or not.
@@ -158,7 +161,7 @@ void Monitor::requireLine() {
 
 void Monitor::line() {
   switchOn(u"");
-  startTime(mPlan, mSession, mEnd);
+  startTime();
   mAwaited[theLine] = SteadyClock::now() + answerLimit;
   listen([&] {
     requireLine();
@@ -182,12 +185,7 @@ void Monitor::connection() {
     mSession.warn(mSession.caller() + " but does not answer as " + mSession.terminal());
     mSession.control().WinSockClose(0);
   }
-  startTime(mPlan, mSession, mEnd);
-  listen([&] {
-    lookForLost();
-    return mConnected.empty();
-  });
-  switchOff();
+  watchConnections();
 }
 
 /// Why the terminal that connects in to this port could not be switched on is said.
@@ -244,7 +242,11 @@ void Monitor::group() {
     if (!mSession.interrupted()) switchOnMember(port);
   if (mConnected.empty() && !mSession.interrupted())
     throw CommandFailure(mStatus, "no terminal could be switched on");
-  startTime(mPlan, mSession, mEnd);
+  watchConnections();
+}
+
+void Monitor::watchConnections() {
+  startTime();
   listen([&] {
     lookForLost();
     lookForSilent();

@@ -134,11 +134,9 @@ FileLock locked(const fs::path& file, const fs::path& raw) {
   try {
     return FileLock(file);
   } catch (const RunTimeError& error) {
-    throw CommandFailure(ExitStatus::busy,
-                         "error " + std::to_string(static_cast<int>(error.number())) + ": " +
-                             pathText(raw) +
-                             " is being written by another download; wait for its end, or choose "
-                             "another name");
+    throw CommandFailure(
+        ExitStatus::busy,
+        "error " + std::to_string(static_cast<int>(error.number())) + ": " + lockedText(raw));
   }
 }
 

@@ -63,9 +63,8 @@ void TerminalSession::setUp(const Link& link) {
 }
 
 std::u16string TerminalSession::use(const Peer& peer) {
-  mCallerPort = peer.kind == Peer::Kind::caller ? peer.port : 0;
-  mOnLine = peer.kind == Peer::Kind::line;
-  if (mOnLine) return {};
+  mPeer = peer;
+  if (peer.kind == Peer::Kind::line) return {};
   mControl.WinSockProtocol(sckTCPProtocol);
   if (peer.kind == Peer::Kind::caller) {
     mControl.WinSockLocalPort(peer.port);
@@ -80,7 +79,7 @@ std::u16string TerminalSession::use(const Peer& peer) {
 }
 
 void TerminalSession::quietLine() {
-  if (!mOnLine || mDialled) return;
+  if (mPeer.kind != Peer::Kind::line || mDialled) return;
   const bool talks = run([this](Cronvel& control) {
     SerialPort& port = control.port();
     if (!port.PortOpen()) port.PortOpen(true);
@@ -115,7 +114,7 @@ bool TerminalSession::StrayCallers::passOver(ExitStatus status) const {
 void TerminalSession::StrayCallers::requireInTime() const {
   if (!mSession.mCallerLimit || mSession.lastReason() != ExitStatus::interrupted) return;
   throw CommandFailure(ExitStatus::noAnswer, "nobody connected in on port " +
-                                                 std::to_string(mSession.mCallerPort) +
+                                                 std::to_string(mSession.mPeer.port) +
                                                  " in time who answers as " + mSession.terminal());
 }
 
@@ -125,10 +124,10 @@ ExitStatus TerminalSession::lastReason() const {
 }
 
 std::string TerminalSession::caller() const {
-  if (mCallerPort == 0) return {};
+  if (mPeer.kind != Peer::Kind::caller) return {};
   const std::string address = toUtf8(mControl.sockets().at(0).RemoteHostIP());
   return address.empty() ? address
-                         : address + " has connected in on port " + std::to_string(mCallerPort);
+                         : address + " has connected in on port " + std::to_string(mPeer.port);
 }
 
 CommandFailure TerminalSession::explained(const RunTimeError& error) const {

@@ -161,8 +161,7 @@ class TerminalSession : private __Cronvel, private Container {
   std::int16_t mSocketState = sckClosed;
   std::string mSocketError;  ///< of the call under way
   std::size_t mNotesBefore = 0;
-  int mCallerPort = 0;  ///< where a terminal is to connect in; 0: nowhere
-  bool mOnLine = false;
+  Peer mPeer;  ///< of the last `use`
   SteadyClock::duration mCallerWait = std::chrono::seconds(10);
   std::optional<SteadyClock::time_point> mCallerLimit;  ///< after somebody else was passed over
   ExitStatus mSocketStatus = ExitStatus::error;

@@ -2,8 +2,17 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <string>
+
+#include "runtime/File.h"
 
 namespace cronvel {
+
+/// What there is to say of a file that somebody else has locked.
+inline std::string lockedText(const std::filesystem::path& file) {
+  return pathText(file) +
+         " is being written by another download; wait for its end, or choose another name";
+}
 
 /// Keeps a file for the one who writes it: while one of these lives, nobody else gets another for
 /// the same file, in this program or in another one of this machine.

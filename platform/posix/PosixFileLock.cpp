@@ -6,7 +6,6 @@
 #include <cerrno>
 
 #include "platform/FileLock.h"
-#include "runtime/File.h"
 #include "runtime/RunTimeError.h"
 
 namespace cronvel {
@@ -14,8 +13,8 @@ namespace {
 
 /// Whether the name still stands for the open file: who had it before may have deleted it.
 bool namedStill(int file, const std::filesystem::path& name) {
-  struct stat opened {
-  }, named{};
+  struct stat opened = {};
+  struct stat named = {};
   return fstat(file, &opened) == 0 && stat(name.c_str(), &named) == 0 &&
          opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
 }
@@ -29,10 +28,7 @@ FileLock::FileLock(const std::filesystem::path& file) {
   const bool taken = flock(opened, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
   if (taken && namedStill(opened, file)) return;
   close(opened);
-  throw RunTimeError(ErrorNumber::permissionDenied,
-                     pathText(file) +
-                         " is being written by another download; wait for its end, or "
-                         "choose another name");
+  throw RunTimeError(ErrorNumber::permissionDenied, lockedText(file));
 }
 
 FileLock::~FileLock() {

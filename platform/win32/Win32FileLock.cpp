@@ -1,7 +1,6 @@
 #include <windows.h>
 
 #include "platform/FileLock.h"
-#include "runtime/File.h"
 #include "runtime/RunTimeError.h"
 
 namespace cronvel {
@@ -26,10 +25,7 @@ FileLock::FileLock(const std::filesystem::path& file) {
   const DWORD how = LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY;
   if (LockFileEx(opened, how, 0, 1, 0, &place) == 0 && GetLastError() == ERROR_LOCK_VIOLATION) {
     CloseHandle(opened);
-    throw RunTimeError(ErrorNumber::permissionDenied,
-                       pathText(file) +
-                           " is being written by another download; wait for its end, "
-                           "or choose another name");
+    throw RunTimeError(ErrorNumber::permissionDenied, lockedText(file));
   }
   mFile = reinterpret_cast<std::intptr_t>(opened);
 }

@@ -57,8 +57,9 @@ InterruptGuard::InterruptGuard(Cronvel& control) {
 }
 
 InterruptGuard::~InterruptGuard() {
-  for (const Signal& signal : signals) std::signal(signal.number, signal.earlier);
   driven = nullptr;
+  if (signalsSeen > 0) return;
+  for (const Signal& signal : signals) std::signal(signal.number, signal.earlier);
 }
 
 bool InterruptGuard::requested() const { return interrupted; }

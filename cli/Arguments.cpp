@@ -1,6 +1,6 @@
 #include "cli/Arguments.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/StringTools.hpp>
 #include <charconv>
 #include <chrono>
 #include <ctime>

@@ -56,7 +56,6 @@ class Download {
   void receive();
   bool callControl(Cronvel& control);
   void tick();
-  void giveUpWaiting();
   void follow();
   void cutOff();
   void conclude();
@@ -67,7 +66,6 @@ class Download {
   const DownloadPlan& mPlan;
   std::optional<PartFiles> mPart;
   std::u16string mHost;
-  bool mGaveUp = false;
   DownloadProgress mProgress;
   std::optional<StreamJudgement> mSoFar;  ///< of what has come
   std::uintmax_t mFollowed = 0;           ///< bytes of it
@@ -114,10 +112,6 @@ void Download::receive() {
     throw CommandFailure(failure.status(), failure.what() + whatArrived());
   }
   mProgress.clear();
-  if (mGaveUp)
-    throw CommandFailure(ExitStatus::noAnswer, "no terminal connected in on port " +
-                                                   std::to_string(mPlan.peer.port) + " within " +
-                                                   std::to_string(mPlan.waitSeconds) + " s");
   if (files().rawSize() == 0) throw mSession.failure("nothing came");
   if (mLooksAfterEnd > 0) cutOff();
 }
@@ -164,17 +158,9 @@ void Download::conclude() {
 
 void Download::tick() {
   if (mPlan.peer.kind == Peer::Kind::caller && mSession.socketState() == sckListening)
-    return giveUpWaiting();
+    return mProgress.waiting("a terminal to connect in on port " + std::to_string(mPlan.peer.port));
   mProgress.arrived(files().rawSize());
   follow();
-}
-
-void Download::giveUpWaiting() {
-  mProgress.waiting("a terminal to connect in on port " + std::to_string(mPlan.peer.port));
-  const int limit = mPlan.waitSeconds;
-  if (limit == 0 || mProgress.secondsSinceStart() < limit) return;
-  mGaveUp = true;
-  mSession.control().WinSockClose(0);
 }
 
 /// Of a download that ended too early: a part of a sentence.

@@ -23,13 +23,13 @@ class DownloadProgress {
 
   /// "4356 bytes in 5.0 s", from the first bytes to the last.
   std::string summary() const;
-  double secondsSinceStart() const;
   /// As last seen, but for a file that was emptied.
   std::uintmax_t bytes() const { return mBytes; }
 
  private:
   using SteadyClock = std::chrono::steady_clock;
 
+  double secondsSinceStart() const;
   double secondsOfStream() const;
 
   TerminalSession& mSession;

@@ -12,6 +12,8 @@ namespace cronvel {
 namespace {
 
 constexpr std::int32_t tickMilliseconds = 200;
+/// The control's own limit.
+constexpr std::chrono::seconds usualCallerWait{10};
 constexpr auto listenBefore = std::chrono::milliseconds(400);
 
 std::unique_ptr<Platform> makeTrace(Platform& platform, Io& io) {
@@ -99,7 +101,16 @@ void TerminalSession::requireUninterrupted() const {
 }
 
 TerminalSession::StrayCallers::StrayCallers(TerminalSession& session)
-    : mSession(session), mEnd(SteadyClock::now() + session.mCallerWait) {}
+    : mSession(session),
+      mWait(session.mCallerWait.value_or(usualCallerWait)),
+      mEnd(SteadyClock::now() + mWait) {
+  if (mSession.mCallerWait) mSession.mCallerLimit = mEnd;
+}
+
+TerminalSession::StrayCallers::~StrayCallers() {
+  mSession.mCallerLimit.reset();
+  mSession.mCallerWasLate = false;
+}
 
 bool TerminalSession::StrayCallers::passOver(ExitStatus status) const {
   const std::string caller = mSession.caller();
@@ -112,10 +123,11 @@ bool TerminalSession::StrayCallers::passOver(ExitStatus status) const {
 }
 
 void TerminalSession::StrayCallers::requireInTime() const {
-  if (!mSession.mCallerLimit || mSession.lastReason() != ExitStatus::interrupted) return;
-  throw CommandFailure(ExitStatus::noAnswer, "nobody connected in on port " +
-                                                 std::to_string(mSession.mPeer.port) +
-                                                 " in time who answers as " + mSession.terminal());
+  if (!mSession.mCallerWasLate) return;
+  throw CommandFailure(ExitStatus::noAnswer, "no terminal connected in on port " +
+                                                 std::to_string(mSession.mPeer.port) + " within " +
+                                                 std::to_string(mWait.count()) +
+                                                 " s that answers as " + mSession.terminal());
 }
 
 ExitStatus TerminalSession::lastReason() const {
@@ -158,10 +170,10 @@ void TerminalSession::WinSockError(std::int16_t number, std::u16string& Descript
 }
 
 void TerminalSession::tick() {
-  const bool callerIsLate = mCallerLimit && SteadyClock::now() > *mCallerLimit &&
-                            mControl.sockets().at(0).State() == sckListening;
+  mCallerWasLate = mCallerWasLate || (mCallerLimit && SteadyClock::now() > *mCallerLimit &&
+                                      mControl.sockets().at(0).State() == sckListening);
   // An interruption may have come just before the call began.
-  if (interrupted() || callerIsLate) mControl.endCommand();
+  if (interrupted() || mCallerWasLate) mControl.endCommand();
   if (mOnTick) mOnTick();
 }
 

@@ -40,8 +40,9 @@ class TerminalSession : private __Cronvel, private Container {
   /// Runs handlers while nothing else is to be done.
   void waitEvents() { mShell.platform.messagePump().waitEvents(); }
 
-  /// For how long a terminal that connects in is waited for; 10 s unless told otherwise.
-  void callerWait(SteadyClock::duration wait) { mCallerWait = wait; }
+  /// For how long a terminal that connects in is waited for, by a command that has no such limit of
+  /// its own.
+  void callerWait(std::chrono::seconds wait) { mCallerWait = wait; }
 
   /// Called some times a second while the control waits.
   void onTick(std::function<void()> handler) { mOnTick = std::move(handler); }
@@ -117,11 +118,11 @@ class TerminalSession : private __Cronvel, private Container {
                     std::int32_t HelpContext, bool& CancelDisplay) override;
 
   /// While a terminal is to connect in: others who do are told of, and passed over until the time
-  /// is up.
+  /// is up. The control's own limit begins afresh with each of them; this one does not.
   class StrayCallers {
    public:
     explicit StrayCallers(TerminalSession& session);
-    ~StrayCallers() { mSession.mCallerLimit.reset(); }
+    ~StrayCallers();
     StrayCallers(const StrayCallers&) = delete;
     StrayCallers& operator=(const StrayCallers&) = delete;
     bool passOver(ExitStatus status) const;
@@ -129,6 +130,7 @@ class TerminalSession : private __Cronvel, private Container {
 
    private:
     TerminalSession& mSession;
+    std::chrono::seconds mWait;
     SteadyClock::time_point mEnd;
   };
   /// What the call that has just ended said of itself.
@@ -162,8 +164,9 @@ class TerminalSession : private __Cronvel, private Container {
   std::string mSocketError;  ///< of the call under way
   std::size_t mNotesBefore = 0;
   Peer mPeer;  ///< of the last `use`
-  SteadyClock::duration mCallerWait = std::chrono::seconds(10);
-  std::optional<SteadyClock::time_point> mCallerLimit;  ///< after somebody else was passed over
+  std::optional<std::chrono::seconds> mCallerWait;
+  std::optional<SteadyClock::time_point> mCallerLimit;  ///< of the call under way
+  bool mCallerWasLate = false;
   ExitStatus mSocketStatus = ExitStatus::error;
   Cronvel mControl;
   InterruptGuard mInterrupt;

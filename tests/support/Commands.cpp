@@ -58,6 +58,33 @@ Property property(const char* name, T (C::*get)() const, void (D::*set)(S), cons
 }
 #define PROPERTY(name) #name, &Cronvel::name, &Cronvel::name
 
+bool isSettings(const std::string& word) { return word.find(',') != std::string::npos; }
+
+/// A table's byte as an entry of the transcript: with its pause, as often as it comes.
+std::string entryOf(const std::string& word, Line line) {
+  const char mark = word.size() > 2 ? word[2] : ' ';
+  std::string entry = (line == Line::network ? "; send " : "; out ") + word.substr(0, 2);
+  if (mark != '.') entry += mark == '_' ? "; sleep 1000" : "; sleep 50";
+  std::string text;
+  for (int times = mark == 'x' ? std::stoi(word.substr(3)) : 1; times > 0; --times) text += entry;
+  return text;
+}
+
+/// Up to the address.
+std::string openingOf(const Command& command, const std::string& socket) {
+  const std::string listens = "listen; close " + socket + "; accept 7; ";
+  switch (command.network) {
+    case Network::connects:
+      return "connect gate-5000; ";
+    case Network::listens:
+      return "local port 5000; " + listens;
+    case Network::joins:
+      return "local port 8085; protocol 0; local port 5000; " + listens;
+    default:
+      return listens;
+  }
+}
+
 }  // namespace
 
 const std::vector<Command>& commands() {
@@ -162,6 +189,50 @@ Bytes bytesOf(const std::string& body) {
     bytes.insert(bytes.end(), times, static_cast<std::uint8_t>(std::stoul(word, nullptr, 16)));
   }
   return bytes;
+}
+
+std::string requestOf(const std::string& body, Line line) {
+  std::string settings = "600,s,8,1";
+  std::string text;
+  std::istringstream words(body);
+  for (std::string word; words >> word;) {
+    if (isSettings(word) && text.empty())
+      settings = word;
+    else if (isSettings(word))
+      text += line == Line::serial ? "; settings " + word : "";
+    else if (word == "!")
+      text += line == Line::network ? "" : "; discard in";
+    else if (word != "^")
+      text += word == "~" ? "; sleep 50" : entryOf(word, line);
+  }
+  return entryOf("01", line).substr(2) + (line == Line::serial ? "; settings " + settings : "") +
+         text;
+}
+
+std::string exchangeOf(const std::string& body, Line line) {
+  return (line == Line::serial ? "settings 600,m,8,1; open; discard in; " : "discard in; ") +
+         std::string(body[0] == '^' ? "discard out; " : "") + requestOf(body, line);
+}
+
+double pauseAfterLast(const std::string& body) {
+  const std::string entries = requestOf(body, Line::network);
+  const std::string last = entries.substr(entries.rfind("; "));
+  return last.starts_with("; sleep") ? std::stod(last.substr(8)) / 1000 : 0;
+}
+
+std::string transcriptOf(const Command& command, Line line, bool replied,
+                         const std::string& socket) {
+  const bool replyIsNew = command.result.wait > 0 && !command.result.isStream;
+  if (line != Line::network)
+    return exchangeOf(command.body, line) + (replyIsNew ? "; discard in" : "");
+  const bool closes = command.monitoring != "-" || (!replied && command.networkWait > 0);
+  return openingOf(command, socket) + requestOf(command.networkBody, line) +
+         (closes ? "; close " + socket : "");
+}
+
+std::string notConnectedOf(const Command& command, const std::string& socket) {
+  const std::string opening = openingOf(command, socket);
+  return opening.substr(0, opening.find("listen")) + "listen; close " + socket;
 }
 
 std::uint8_t Command::code() const { return bytesOf(body).at(1); }

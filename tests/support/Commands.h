@@ -54,6 +54,19 @@ std::string pageRow(const Command& command);
 /// A body's bytes.
 Bytes bytesOf(const std::string& body);
 
+enum class Line { serial, modem, network };
+// What is seen on a line, as the fakes' transcript has it; on the network of the host "gate-5000".
+/// What goes out for a body, from the address on.
+std::string requestOf(const std::string& body, Line line);
+/// The whole exchange on the serial line or the modem.
+std::string exchangeOf(const std::string& body, Line line = Line::serial);
+/// The whole command, on the socket of that index.
+std::string transcriptOf(const Command& command, Line line, bool replied,
+                         const std::string& socket = "0");
+/// The same where nobody connects in.
+std::string notConnectedOf(const Command& command, const std::string& socket);
+double pauseAfterLast(const std::string& body);
+
 /// What is in the card file that the table's call loads.
 constexpr auto cardFile = "1\r\n2,3\n\"4\"\nx,12345\n56";
 

@@ -33,6 +33,8 @@ class Transcript {
   /// Writes an entry down. Raises the error that was planned for it.
   void add(const std::string& entry) {
     mText += (mText.empty() ? "" : "; ") + entry;
+    if (failIn > 0 && --failIn == 0)
+      throw RunTimeError(ErrorNumber::deviceIoError, "planned at " + entry);
     if (const auto failure = mFailures.extract(entry))
       throw RunTimeError(failure.mapped(), "planned at " + entry);
   }
@@ -46,6 +48,8 @@ class Transcript {
   std::string take() { return std::exchange(mText, {}); }
   /// The next entry of that text raises the error, after it was written down.
   void failAt(const std::string& entry, ErrorNumber number) { mFailures[entry] = number; }
+
+  int failIn = 0;  ///< counts entries down; the one at 0 raises 57, after it was written
 
  private:
   std::string mText;
@@ -73,7 +77,7 @@ class VirtualTime : public Clock, public MessagePump {
     runPass();
   }
   void awaitEvents() override {
-    if (!mWoken.exchange(false) && !due(mPlanned) && !due(mArrivals)) mNow += 1000;
+    if (!mWoken.exchange(false) && !due(mPlanned) && !due(mArrivals)) mNow += passLength;
     runDue(mArrivals);
   }
   void wake() override { mWoken = true; }
@@ -100,10 +104,11 @@ class VirtualTime : public Clock, public MessagePump {
   /// Called in every pass, before the planned actions.
   void eachPass(std::function<void()> action) { mEachPass.push_back(std::move(action)); }
 
-  std::int64_t stepPerRead = 0;  ///< microseconds that a look at the clock takes
-  std::int64_t clockStep = 0;    ///< microseconds by which somebody has set the clock
-  double slept = 0;              ///< seconds of `elapsed`
-  bool recordPasses = false;     ///< write "pump" for every `DoEvents`
+  std::int64_t stepPerRead = 0;    ///< microseconds that a look at the clock takes
+  std::int64_t passLength = 1000;  ///< microseconds that a wait takes in which nothing comes
+  std::int64_t clockStep = 0;      ///< microseconds by which somebody has set the clock
+  double slept = 0;                ///< seconds of `elapsed`
+  bool recordPasses = false;       ///< write "pump" for every `DoEvents`
 
  private:
   using Plan = std::multimap<std::int64_t, std::function<void()>>;
@@ -320,13 +325,18 @@ class FakeSocketArray : public SocketArray {
 
  private:
   using Elements = std::map<std::int16_t, std::shared_ptr<FakeSocket>>;
+  /// Also ends when the handler fails.
+  struct Announcing {
+    explicit Announcing(FakeSocket& announced) : socket(announced) { socket.announcing = true; }
+    ~Announcing() { socket.announcing = false; }
+    FakeSocket& socket;
+  };
 
   void announceArrivals() {
     for (const auto& [index, socket] : Elements(mElements)) {  // a handler may unload some
       if (socket->announcing || socket->received.empty()) continue;
-      socket->announcing = true;
+      const Announcing inHandler(*socket);
       events->DataArrival(index, socket->BytesReceived());
-      socket->announcing = false;
     }
   }
 

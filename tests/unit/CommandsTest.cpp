@@ -1,7 +1,5 @@
 // Every command of the table against the fakes, on every transport and with every outcome.
 
-#include <sstream>
-
 #include "tests/support/Commands.h"
 #include "tests/support/ControlTest.h"
 
@@ -11,51 +9,6 @@ namespace {
 const std::u16string serialHost;
 const std::u16string networkHost = u"gate-5000";
 const std::string noCarrierBox = "box ارتباط مودم: ارتباط برقرار نيست. ابتدا شماره گيري كنيد. [OK]";
-
-enum class Line { serial, modem, network };
-
-bool isSettings(const std::string& word) { return word.find(',') != std::string::npos; }
-
-/// A table's byte as an entry of the transcript: with its pause, as often as it comes.
-std::string entryOf(const std::string& word, Line line) {
-  const char mark = word.size() > 2 ? word[2] : ' ';
-  std::string entry = (line == Line::network ? "; send " : "; out ") + word.substr(0, 2);
-  if (mark != '.') entry += mark == '_' ? "; sleep 1000" : "; sleep 50";
-  std::string text;
-  for (int times = mark == 'x' ? std::stoi(word.substr(3)) : 1; times > 0; --times) text += entry;
-  return text;
-}
-
-/// What goes out for a body, from the address on.
-std::string requestOf(const std::string& body, Line line) {
-  std::string settings = "600,s,8,1";
-  std::string text;
-  std::istringstream words(body);
-  for (std::string word; words >> word;) {
-    if (isSettings(word) && text.empty())
-      settings = word;
-    else if (isSettings(word))
-      text += line == Line::serial ? "; settings " + word : "";
-    else if (word == "!")
-      text += line == Line::network ? "" : "; discard in";
-    else if (word != "^")
-      text += word == "~" ? "; sleep 50" : entryOf(word, line);
-  }
-  return entryOf("01", line).substr(2) + (line == Line::serial ? "; settings " + settings : "") +
-         text;
-}
-
-/// The whole exchange on the serial line or the modem.
-std::string exchangeOf(const std::string& body, Line line = Line::serial) {
-  return (line == Line::serial ? "settings 600,m,8,1; open; discard in; " : "discard in; ") +
-         std::string(body[0] == '^' ? "discard out; " : "") + requestOf(body, line);
-}
-
-double pauseAfterLast(const std::string& body) {
-  const std::string entries = requestOf(body, Line::network);
-  const std::string last = entries.substr(entries.rfind("; "));
-  return last.starts_with("; sleep") ? std::stod(last.substr(8)) / 1000 : 0;
-}
 
 class CommandsTest : public ControlTest {
  protected:
@@ -119,20 +72,6 @@ class CommandsTest : public ControlTest {
     attempt("late", result.reply, wait + 0.1, result.silent);
   }
 
-  /// Up to the address.
-  std::string openingOf(const Command& command) const {
-    switch (command.network) {
-      case Network::connects:
-        return "connect gate-5000; ";
-      case Network::listens:
-        return "local port 5000; listen; close 0; accept 7; ";
-      case Network::joins:
-        return "local port 8085; protocol 0; local port 5000; listen; close " + socketOf(command) +
-               "; accept 7; ";
-      default:
-        return "listen; close 0; accept 7; ";
-    }
-  }
   std::int16_t indexOf(const Command& command) const {
     const int index = command.network == Network::joins ? platform.sockets->upperBound() + 1 : 0;
     return static_cast<std::int16_t>(index);
@@ -153,15 +92,12 @@ TEST_F(CommandsTest, OnTheSerialLine) {
   for (const Command& command : commands()) {
     if (!command.serial()) continue;
     const Result& result = command.result;
-    const bool replyIsNew = result.wait > 0 && !result.isStream;
-    tryOutcomes(command, serialHost, result.wait, 0, [&](bool) {
-      return exchangeOf(command.body) + (replyIsNew ? "; discard in" : "");
-    });
+    tryOutcomes(command, serialHost, result.wait, 0,
+                [&](bool replied) { return transcriptOf(command, Line::serial, replied); });
     control->DialupConnection(true);
     platform.port->carrier = [] { return true; };
     platform.port->PortOpen(true);
-    EXPECT_EQ(run(command, serialHost).transcript,
-              exchangeOf(command.body, Line::modem) + (replyIsNew ? "; discard in" : ""))
+    EXPECT_EQ(run(command, serialHost).transcript, transcriptOf(command, Line::modem, false))
         << command.call.name();
     control->DialupConnection(false);
   }
@@ -171,13 +107,10 @@ TEST_F(CommandsTest, OnTheNetwork) {
   for (const Command& command : commands()) {
     if (command.network == Network::none) continue;
     const bool connects = command.network == Network::connects;
-    const bool staysConnected = command.monitoring == "-";
     const double connected = connects ? 0 : 9.9;
     tryOutcomes(command, networkHost, command.networkWait, connected, [&](bool replied) {
       if (!connects) connectInAfter(connected, indexOf(command));
-      const bool closes = !staysConnected || (!replied && command.networkWait > 0);
-      return openingOf(command) + requestOf(command.networkBody, Line::network) +
-             (closes ? "; close " + socketOf(command) : "");
+      return transcriptOf(command, Line::network, replied, socketOf(command));
     });
   }
 }
@@ -191,11 +124,9 @@ TEST_F(CommandsTest, WhereNobodyConnectsInNothingIsSent) {
     const bool limited = command.network != Network::awaits;
     platform.time.after(10.1, [this] { platform.sockets->connectIn(0); });
     if (!limited) platform.time.after(3, [this] { control->WinSockClose(0); });  // the host's way
-    const std::string opening = openingOf(command);
     const Run was = run(command, networkHost);
     EXPECT_EQ(was.result, command.result.notSent);
-    EXPECT_EQ(was.transcript, opening.substr(0, opening.find("listen")) + "listen; close " +
-                                  socket + (limited ? "" : "; close 0"));
+    EXPECT_EQ(was.transcript, notConnectedOf(command, socket) + (limited ? "" : "; close 0"));
     EXPECT_NEAR(was.wait, limited ? 10 : 3, 0.02);
     EXPECT_TRUE(was.monitoring);
     EXPECT_FALSE(platform.sockets->exists(1));

@@ -86,35 +86,12 @@ TEST_F(CronvelTest, ThePersistedOnesSurviveATextFile) {
   EXPECT_FALSE(control->Enabled());  // as it was
 }
 
-TEST_F(CronvelTest, ABadSettingsFileSaysWhatIsWrong) {
-  const TestFolder folder;
-  const std::pair<const char*, int> bad[] = {{"DeviceNum=300\n", 6},    {"IdLen=four\n", 13},
-                                             {"Enabled=perhaps\n", 13}, {"no equals sign\n", 13},
-                                             {"TelNum=\"open\n", 13},   {"NumOfRecs=9e9\n", 6}};
-  for (const auto& [text, number] : bad) {
-    folder.write("settings.txt", std::string("# a comment\n\n") + text);
-    EXPECT_EQ(errorOf([&] {
-                PropertyBagFile bag = PropertyBagFile::load(folder / "settings.txt");
-                control->ReadProperties(bag);
-              }),
-              number)
-        << text;
-  }
-  EXPECT_EQ(errorOf([&] { PropertyBagFile::load(folder / "missing.txt"); }), 53);
-}
-
 TEST_F(CronvelTest, ThePortIsSetUpForBinaryInput) {
   const SerialPortSetup& setup = platform.port->setup;
   EXPECT_EQ(std::tuple(setup.InputMode, setup.InputLen, setup.RThreshold), std::tuple(1, 0, 1));
   EXPECT_EQ(setup.SThreshold + setup.Handshaking, 0);
   EXPECT_TRUE(setup.DTREnable && setup.RTSEnable);
   EXPECT_FALSE(setup.NullDiscard || setup.EOFEnable || setup.Break);
-}
-
-TEST_F(CronvelTest, AnOddIdLenIsIgnored) {
-  control->IdLen(7);
-  EXPECT_EQ(control->IdLen(), 4);
-  EXPECT_TRUE(container.changed.empty());
 }
 
 TEST_F(CronvelTest, ChangingThePortClosesItAndTheNextCommandOpensTheNewOne) {

@@ -91,27 +91,11 @@ TEST_F(RecordDownloadTest, TheHostGetsATurnForEveryByteOnceTheBlockIsInTheFile) 
   EXPECT_EQ(turnsFor(201) - turnsFor(1), 200U);
 }
 
-TEST_F(RecordDownloadTest, FiveSecondsOfSilenceEndIt) {
-  platform.terminal.replyAfter(4, 0.1, record);
-  platform.terminal.replyAfter(4, 5.2, trailer);
-  EXPECT_EQ(control->GetData(u"", name()), 1);
-  EXPECT_EQ(content(), record);
-}
-
 TEST_F(RecordDownloadTest, ABlockThatCameWhileAHandlerWasSlowIsTaken) {
   platform.terminal.replyAfter(4, 5.1, record);
   platform.time.after(5.15, [this] { platform.time.sleep(300); });
   control->GetData(u"", name());
   EXPECT_EQ(content(), record);
-}
-
-TEST_F(RecordDownloadTest, OnlyGetDataTestsTheCount) {
-  const Bytes wrongCount{0xE3, 0, 0, 0, 0, 1, 0, 0, 99, 0, 0, 0xE3};
-  for (const std::size_t bytes : {4U, 7U, 17U})
-    platform.terminal.replyAfter(bytes, 0.1, wrongCount);
-  EXPECT_EQ(control->GetData(u"", name()), 1);
-  EXPECT_EQ(control->GetDataBuff(name()), Variant(std::int16_t{0}));
-  EXPECT_EQ(byDate(u""), 0);
 }
 
 TEST_F(RecordDownloadTest, NetworkBlocksAreAllTakenInOrder) {

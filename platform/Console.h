@@ -24,7 +24,7 @@ class Utf8Console {
   Utf8Console& operator=(const Utf8Console&) = delete;
 
  private:
-  unsigned mEarlier = 0;  ///< the console's own code page
+  [[maybe_unused]] unsigned mEarlier = 0;  ///< the console's own code page
 };
 
 /// Lets this program have as many files and sockets open at a time as the system permits it at all,

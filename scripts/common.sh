@@ -17,8 +17,8 @@ windows_packages=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64-too
   googletest wixl msitools zip python3)
 # For running them.
 wine_packages=(wine64 wine xvfb xauth unzip)
-# The fuzzers' compiler, its runtime, and the tools that say what they reached.
-fuzz_packages=(clang libclang-rt-dev llvm)
+# For the sanitizers and the fuzzers: the compiler, its runtime, and what reads their traces.
+sanitize_packages=(clang libclang-rt-dev llvm)
 lint_packages=(clang-tidy clang-format python3)
 
 # need PACKAGE...: installs what is missing, by apt, as root or through sudo.

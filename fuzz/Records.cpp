@@ -1,7 +1,7 @@
 // The check of a raw record file, with its three files, against the model.
 
 #include "fuzz/Harness.h"
-#include "fuzz/RecordModel.h"
+#include "tests/support/RecordModel.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace cronvel;
@@ -13,7 +13,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   folder.write("rec.Hex", stream);
   control->IdLen(4);
   control->IdLen(IdLen);
-  const fuzz::RecordModel model(stream, IdLen % 2 == 0 ? IdLen : 4, DoCheck);
+  const test::RecordModel model(stream, IdLen % 2 == 0 ? IdLen : 4, DoCheck);
   int result = 0;
   fuzz::require(test::errorOf([&] { result = control->CheckIntegrity(u"rec.Hex", DoCheck); }),
                 model.error, "error");

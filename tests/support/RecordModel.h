@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-namespace cronvel::fuzz {
+namespace cronvel::test {
 
 /// What the record check has to make of a stream: told once more, without a look at its code.
 struct RecordModel {
@@ -101,4 +101,4 @@ struct RecordModel {
   bool mBad = false;
 };
 
-}  // namespace cronvel::fuzz
+}  // namespace cronvel::test

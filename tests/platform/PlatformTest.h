@@ -11,19 +11,16 @@
 
 #include "platform/Platform.h"
 #include "platform/sockets/Inet.h"
-#include "runtime/RunTimeError.h"
 #include "runtime/Text.h"
+#include "tests/support/Errors.h"
 
 namespace cronvel {
 
 /// "8005 Port already open: COM1 (/dev/ttyS0) is ..."; empty where nothing is raised.
 inline std::string raisedBy(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const RunTimeError& error) {
-    return std::to_string(static_cast<int>(error.number())) + " " + error.what();
-  }
-  return {};
+  int number = 0;
+  const std::string text = test::messageOf(action, &number);
+  return number == 0 ? "" : std::to_string(number) + " " + text;
 }
 
 inline void expectError(int number, std::initializer_list<std::function<void()>> actions) {

@@ -26,10 +26,9 @@ std::size_t entriesOf(const char* folder) {
 
 /// In KiB.
 long residentMemory() {
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);)
-    if (line.starts_with("VmRSS:")) return std::stol(line.substr(6));
-  return 0;
+  long program = 0, resident = 0;
+  std::ifstream("/proc/self/statm") >> program >> resident;
+  return resident * 4;
 }
 
 struct Use {
@@ -41,6 +40,11 @@ struct Use {
 class Soak {
  public:
   explicit Soak(unsigned seed) : mRandom(seed) {
+    std::istringstream faults(
+        "none\n--silent\n--cut 300\n--cut 1\n--drop\n--trailer missing\n--trailer wrong\n"
+        "--noise 1,2,3\n--pieces\n--pause-at 200 --pause 6000\n--pause-at 100 --pause 3000\n"
+        "--damage 3\n--reply 15\n--delay 4500\n");
+    for (std::string fault; std::getline(faults, fault);) mFaults[fault] = 0;
     for (int i = 0; i < 3; ++i) {
       const SimulatedTerminal terminal(optionsOf(i));
       connectTo(terminal);
@@ -52,9 +56,10 @@ class Soak {
   /// One terminal with one fault, and some commands.
   void round() {
     const std::size_t which = below(mWhole.size());
-    const char* const fault = faults[below(std::size(faults))];
-    ++mFaults[fault];
-    const SimulatedTerminal terminal(optionsOf(static_cast<int>(which)) + fault);
+    auto& [fault, times] = *std::next(mFaults.begin(), static_cast<int>(below(mFaults.size())));
+    ++times;
+    const SimulatedTerminal terminal(optionsOf(static_cast<int>(which)) +
+                                     (fault == "none" ? "" : " " + fault));
     connectTo(terminal);
     mPlatform->mapCommPort(1, terminal.line());
     mControl.CommPort(1);
@@ -71,8 +76,7 @@ class Soak {
     std::fflush(stdout);
   }
   void faultsMet() const {
-    for (const auto& [fault, times] : mFaults)
-      std::printf("%6d x%s\n", times, *fault != 0 ? fault : " none");
+    for (const auto& [fault, times] : mFaults) std::printf("%6d x %s\n", times, fault.c_str());
   }
   void violation(const std::string& what) {
     ++mViolations;
@@ -81,21 +85,6 @@ class Soak {
   long violations() const { return mViolations; }
 
  private:
-  static constexpr const char* faults[] = {"",
-                                           " --silent",
-                                           " --cut 300",
-                                           " --cut 1",
-                                           " --drop",
-                                           " --trailer missing",
-                                           " --trailer wrong",
-                                           " --noise 1,2,3",
-                                           " --pieces",
-                                           " --pause-at 200 --pause 6000",
-                                           " --pause-at 100 --pause 3000",
-                                           " --damage 3",
-                                           " --reply 15",
-                                           " --delay 4500"};
-
   static std::string optionsOf(int seed) {
     return "--serial --listen 0 --days 3 --network-speed 100000 --seed " + std::to_string(seed + 1);
   }
@@ -175,8 +164,8 @@ class Soak {
   Container mContainer;
   __Cronvel mEvents;
   Cronvel mControl{*mPlatform, mContainer, mEvents};
-  std::vector<std::string> mWhole;  ///< what the terminal of each seed streams
-  std::map<const char*, int> mFaults;
+  std::vector<std::string> mWhole;     ///< what the terminal of each seed streams
+  std::map<std::string, int> mFaults;  ///< how often each was met
   long mCommands = 0, mFailed = 0, mEnded = 0, mDownloads = 0, mBytes = 0, mSaid = 0,
        mViolations = 0;
 };

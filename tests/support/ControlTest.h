@@ -45,17 +45,10 @@ class RecordingEvents : public __Cronvel {
   void DataReceivedForMonitoring(Bytes& bytes, std::int16_t length) override {
     monitoring.push_back(std::to_string(length) + ":" + hex(bytes));
   }
-  void AddFileProgressInit(std::int32_t& nMax) override {
-    progress.push_back(-std::exchange(nMax, 99));
-  }
-  void AddFileProgressInc(std::int32_t& nValue) override {
-    progress.push_back(std::exchange(nValue, 99));
-  }
   std::vector<std::int16_t> states;
   std::string errors;
   std::vector<std::string> arrivals;    ///< "2: 01 FF from clock 10.0.0.9 0"
   std::vector<std::string> monitoring;  ///< "2: 01 FF"
-  std::vector<std::int32_t> progress;   ///< the count as a negative number, then each
 };
 
 /// The control on a fake machine.

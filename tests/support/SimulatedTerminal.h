@@ -1,6 +1,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -9,6 +10,8 @@
 #include <string>
 #include <thread>
 
+#include "platform/Platform.h"
+#include "runtime/RunTimeError.h"
 #include "tests/support/TestFolder.h"
 
 namespace cronvel::test {
@@ -26,6 +29,18 @@ inline bool waitUntil(const std::function<bool()>& condition) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
   return false;
+}
+
+/// A port from there on that nobody has. Not one that the system gives to connections, where any
+/// program's may take it before it is listened on.
+inline int freePort(Platform& platform, int from) {
+  const auto sockets = platform.makeSocketArray();
+  for (int port = from + getpid() % 400 * 25;; ++port) try {
+      sockets->at(0).LocalPort(port);
+      sockets->at(0).Listen();
+      return port;
+    } catch (const RunTimeError&) {  // somebody has it
+    }
 }
 
 /// A running cronvel-terminal, ended with this.

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -51,20 +50,7 @@ class SystemTest : public testing::Test {
   }
   std::string journalOption() const { return " --json " + mFolder.path("journal") + " "; }
   std::u16string file(const char* name) const { return toUtf16(mFolder.path(name)); }
-  /// The first of so many free ports in a row, outside those that the system gives to connections.
-  int freePort(int count = 1) const {
-    const auto sockets = mPlatform->makeSocketArray();
-    for (std::int16_t i = 1; i < count; ++i) sockets->load(i);
-    for (int port = 20000 + getpid() % 400 * 25;; port += count) try {
-        for (std::int16_t i = 0; i < count; ++i) {
-          sockets->at(i).Close();
-          sockets->at(i).LocalPort(port + i);
-          sockets->at(i).Listen();
-        }
-        return port;
-      } catch (const RunTimeError&) {  // one of them is not free
-      }
-  }
+  int freePort() const { return test::freePort(*mPlatform, 20000); }
   void useLine(const std::string& line) {
     mPlatform->mapCommPort(1, line);
     mHastyPlatform.keepsPauses = true;  // the other end has to look before the next settings come

@@ -29,21 +29,10 @@ TEST_F(ExchangeTest, AddressesUpTo159) {
   EXPECT_FALSE(control->MonitoringON());  // nothing is undone
   EXPECT_EQ(errorOf([&] { control->ResetMem(host); }), 6);
   EXPECT_EQ(transcript().take(), "connect 10.0.0.9");
-}
-
-TEST_F(ExchangeTest, ErrorsOfThePortLeaveEverythingAsItWas) {
-  monitoringOn();
-  transcript().failAt("open", ErrorNumber::invalidPortNumber);
-  EXPECT_EQ(errorOf([&] { control->ResetMem(serial); }), 8002);
-  EXPECT_FALSE(control->MonitoringON());
-
   monitoringOn();
   transcript().failAt("connect 10.0.0.9", ErrorNumber::invalidOperationAtState);
   EXPECT_EQ(errorOf([&] { control->ResetMem(host); }), 40020);
   EXPECT_TRUE(control->MonitoringON());  // the connection comes before the hold
-
-  platform.terminal.replyAfter(4, 0.1, {24});
-  EXPECT_TRUE(control->ResetMem(serial));  // and the next command works
 }
 
 TEST_F(ExchangeTest, TheListenPortStandsAfterTheFirstDash) {
@@ -63,15 +52,19 @@ TEST_F(ExchangeTest, TheListenPortStandsAfterTheFirstDash) {
   EXPECT_EQ(transcript().take().substr(0, 9), "connect  ");  // a blank host is the network
 }
 
-TEST_F(ExchangeTest, OnlyWhatComesInOnePieceInTheWaitIsAReply) {
-  platform.terminal.replyAfter(4, 0.1, {0});
-  platform.terminal.replyAfter(4, 0.2, {24});  // a reply is not put together
-  EXPECT_FALSE(control->ResetMem(serial));
-  platform.time.run(1);
-  platform.terminal.replyAfter(7, 0.04, {24});  // what comes before the last pause ends is noise
+TEST_F(ExchangeTest, WhatComesDuringTheRequestIsNoReply) {
+  platform.terminal.replyAfter(3, 0.04, {24});
   EXPECT_FALSE(control->TestConnection(serial));
   platform.time.after(0.01, [this] { platform.sockets->feed(0, {24}); });
-  EXPECT_FALSE(control->ResetMem(host));  // nor is what came before on the network
+  EXPECT_FALSE(control->ResetMem(host));
+}
+
+TEST_F(ExchangeTest, MonitoringIsSwitchedOffOverAConnectionOfItsOwn) {
+  platform.time.after(1, [this] { platform.sockets->connectIn(0); });
+  EXPECT_TRUE(control->SetMonitoringOnOff(u"any", false));
+  EXPECT_EQ(transcript().take(),
+            "listen; close 0; accept 7; send 01; sleep 50; send 02; sleep 50; send 17; sleep 50; "
+            "send 46; close 0");
 }
 
 TEST_F(ExchangeTest, SetDayLightDoesNotHoldMonitoring) {
@@ -80,24 +73,6 @@ TEST_F(ExchangeTest, SetDayLightDoesNotHoldMonitoring) {
   EXPECT_TRUE(control->SetDayLight(serial, 21, 3, 22, 9));
   EXPECT_TRUE(events.monitoring.empty());  // what a command waits for is the command's first
   EXPECT_FALSE(control->MonitoringON());
-}
-
-TEST_F(ExchangeTest, AStepOfTheClockChangesNoWaitButMidnightDoes) {
-  const auto waited = [&](double seconds) {
-    const double before = platform.time.elapsed();
-    control->ResetMem(serial);
-    EXPECT_NEAR(platform.time.elapsed() - before, 0.15 + seconds, 0.02);
-  };
-  for (const int hours : {1, -1}) {
-    platform.time.after(2, [&] { platform.time.clockStep += hours * 3'600'000'000LL; });
-    waited(5);
-  }
-  platform.time.sleep(43'187'000);  // it was noon
-  platform.terminal.replyAfter(12, 60, {24});
-  waited(60);
-  control->endWaitsAtMidnight();
-  platform.time.sleep(86'340'000);
-  waited(5);
 }
 
 TEST_F(ExchangeTest, WhatEndsForGoodEndsEveryLaterWaitAndADialTone) {
@@ -131,33 +106,6 @@ TEST_F(ExchangeTest, MoreThanAnEventCanCountComesInSeveral) {
   std::string joined;
   for (const std::string& event : events.monitoring) joined += event.substr(event.find(':') + 1);
   EXPECT_EQ(joined, hex(flood));
-}
-
-TEST_F(ExchangeTest, NotesSayWhyACommandEndedAsItDid) {
-  control->DeviceNum(12);
-  control->ResetMem(serial);
-  platform.terminal.replyAfter(8, 0.1, {0x0F});
-  platform.terminal.replyAfter(12, 0.1, {24});
-  control->ResetMem(serial);
-  control->ResetMem(serial);
-  control->SetMainGroup(serial, 100);
-  platform.terminal.replyAfter(15, 0.1, {1, 2});
-  control->GetDeviceProperties(serial);
-  control->TestConnection(u"gate-5000");
-  platform.time.after(1, [this] { control->WinSockClose(0); });
-  control->SetMonitoringOnOff(host, false);
-  control->DialupConnection(true);
-  control->ResetMem(serial);
-  EXPECT_EQ(platform.notes,
-            (std::vector<std::string>{
-                "no reply within 5 s: nothing came from terminal 12",
-                "reply 15 (0F hex) instead of 24 (18 hex): terminal 12 has refused, or the line is "
-                "disturbed",
-                "reply 24 (18 hex): terminal 12 has done it",
-                "group 100 is not sent: groups go from 0 to 99", "2 bytes of properties came",
-                "no terminal connected in within 10 s", "no terminal connected in",
-                "no modem carrier: dial first, or set DialupConnection to False"}));
-  EXPECT_EQ(control->notes().last(), platform.notes.back());
 }
 
 TEST_F(ExchangeTest, AGroupAbove99IsNotSent) {
@@ -219,62 +167,6 @@ TEST_F(ExchangeTest, OddArguments) {
   }
 }
 
-TEST_F(ExchangeTest, DevicePropertiesAreGatheredUntilSilence) {
-  Bytes expected{1, 2, 3};
-  expected.resize(101);
-  platform.terminal.replyAfter(3, 0.04, {9});  // before the last pause ends: lost
-  platform.terminal.replyAfter(3, 1, {1, 2});
-  platform.terminal.replyAfter(3, 5.8, {3});
-  EXPECT_EQ(control->GetDeviceProperties(serial), Variant(expected));
-
-  platform.terminal.startAnew();
-  platform.terminal.replyAfter(3, 1, Bytes(101, 1));
-  EXPECT_EQ(control->GetDeviceProperties(serial), Variant(Bytes(101, 1)));
-  platform.terminal.startAnew();
-  platform.terminal.replyAfter(3, 1, Bytes(102, 1));
-  monitoringOn();
-  EXPECT_EQ(messageOf([&] { control->GetDeviceProperties(serial); }),
-            "Subscript out of range: the terminal sent more than 101 bytes of properties");
-  EXPECT_FALSE(control->MonitoringON());
-}
-
-TEST_F(ExchangeTest, ALongCardFilesProgressAndSum) {
-  const TestFolder folder;
-  std::string text = "1234\r\n\nabcde,56\n\"  7 \", 12345 ,&H,&O7,1e9\r9999.";
-  std::vector<std::int32_t> progress{-503};
-  for (int i = 1; i <= 503; ++i) progress.push_back(i);
-  for (int i = 1; i <= 500; ++i) text += "\n9999";
-  folder.write("cards", text);
-  control->AddCardFile(host, (folder / "cards").u16string());
-  EXPECT_EQ(events.progress, progress);
-  EXPECT_TRUE(transcript().take().ends_with(
-      "send AA; sleep 50; send 00; sleep 50; send 02; sleep 50; send 56; sleep 50; send 4B; "
-      "sleep 50; close 0"));
-  // A number that fits no card fails as a single one does.
-  for (const std::string number : {"-7", "2e4"}) {
-    folder.write("cards", "12\n" + number);
-    EXPECT_EQ(errorOf([&] { control->AddCardFile(host, (folder / "cards").u16string()); }), 6);
-    EXPECT_TRUE(transcript().take().ends_with(number == "-7"
-                                                  ? "send 12; sleep 50; sleep 50; send 00; sleep 50"
-                                                  : "send 12; sleep 50; sleep 50"));
-  }
-}
-
-TEST_F(ExchangeTest, MonitoringOverTheNetworkKeepsItsConnectionWhileItIsOn) {
-  platform.time.after(30, [this] { platform.sockets->connectIn(0); });
-  EXPECT_TRUE(control->SetMonitoringOnOff(u"any", true));
-  platform.sockets->feed(0, {1, 2});
-  platform.time.DoEvents();
-  EXPECT_EQ(events.arrivals.size(), 1U);
-  control->WinSockClose(0);
-  transcript().take();
-  platform.time.after(1, [this] { platform.sockets->connectIn(0); });
-  EXPECT_TRUE(control->SetMonitoringOnOff(u"any", false));
-  EXPECT_EQ(transcript().take(),
-            "listen; close 0; accept 7; send 01; sleep 50; send 02; sleep 50; send 17; sleep 50; "
-            "send 46; close 0");
-}
-
 TEST_F(ExchangeTest, AMonitoredGroupHasASocketForEachTerminal) {
   EXPECT_FALSE(control->SetMonitoringOnGroup(u"", true));
   EXPECT_FALSE(control->SetMonitoringOffGroup(u"", true));
@@ -283,17 +175,14 @@ TEST_F(ExchangeTest, AMonitoredGroupHasASocketForEachTerminal) {
   platform.sockets->unload(1);
   control->WinSockConnectToHost(0, u"clock");
 
-  // A refusal keeps the connection as an acceptance does; silence leaves a closed socket behind.
-  const Bytes replies[] = {{24}, {15}, {}};
-  for (std::int16_t i = 1; i <= 3; ++i) {
-    platform.time.after(1, [this, i] { platform.sockets->connectIn(i); });
-    platform.terminal.startAnew();
-    if (i < 3) platform.terminal.replyAfter(4, 0.1, replies[i - 1]);
-    EXPECT_EQ(control->SetMonitoringOnGroup(u"dev-9000", true), i == 1);
-    EXPECT_EQ(platform.sockets->at(i).state, i < 3 ? sckConnected : sckClosed);
+  // A refusal keeps the connection as an acceptance does.
+  platform.time.after(1, [this] { platform.sockets->connectIn(1); });
+  platform.terminal.replyAfter(4, 0.1, {15});
+  EXPECT_FALSE(control->SetMonitoringOnGroup(u"dev-9000", true));
+  for (std::int16_t i = 2; i <= 4; ++i) {
+    platform.sockets->load(i);
+    platform.sockets->at(i).state = i == 3 ? sckClosed : sckConnected;
   }
-  platform.sockets->load(4);
-  platform.sockets->at(4).state = sckConnected;
   platform.sockets->unload(2);  // a gap is passed over
   transcript().take();
   platform.time.after(1, [this] { EXPECT_EQ(platform.sockets->at(1).state, sckConnected); });

@@ -1,25 +1,14 @@
 // docs/interface.md tells hosts what every member does: it has to say what the tests' tables say,
 // and nothing that the type library declares may be missing.
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <set>
 
 #include "tests/support/Commands.h"
+#include "tests/support/Page.h"
 
 namespace cronvel::test {
 namespace {
-
-std::string source(const std::string& name) { return std::string(CRONVEL_SOURCE) + "/" + name; }
-
-std::string readWhole(const std::string& name) {
-  std::ifstream file(source(name), std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 std::string commandRows() {
   std::string rows;
@@ -28,22 +17,12 @@ std::string commandRows() {
 }
 
 TEST(InterfacePage, ItsTableOfTheCommandsIsTheTests) {
-  std::string page = readWhole("docs/interface.md");
-  const std::size_t start = page.find("|---|---|---|---|---|---|\n") + 26;
-  const std::size_t length = page.find("\n\n", start) + 1 - start;
-  if (std::getenv("CRONVEL_WRITE_PAGE") != nullptr) {
-    page.replace(start, length, commandRows());
-    std::ofstream(source("docs/interface.md"), std::ios::binary) << page;
-  } else {
-    EXPECT_EQ(page.substr(start, length), commandRows())
-        << "Run with CRONVEL_WRITE_PAGE=1 to write the table into docs/interface.md:\n"
-        << commandRows();
-  }
+  expectTable("docs/interface.md", 6, commandRows());
 }
 
 TEST(InterfacePage, EveryDeclaredMemberAndEventIsInIt) {
-  const std::string page = readWhole("docs/interface.md");
-  const std::string idl = readWhole("activex/Cronvel.idl");
+  const std::string page = readPage("docs/interface.md");
+  const std::string idl = readPage("activex/Cronvel.idl");
   std::set<std::string> rows;
   for (const Command& command : commands()) rows.insert(command.call.member);
   for (const Property& property : properties()) {

@@ -4,7 +4,6 @@ namespace cronvel::test {
 namespace {
 
 const Bytes record{0xED, 0x12, 0x34, 0x09, 0x30};
-const Bytes trailer{0xE3, 0, 0, 0, 0, 1, 0, 0, 1, 0, 0, 0xE3};
 
 class RecordDownloadTest : public ControlTest {
  protected:
@@ -36,26 +35,7 @@ TEST_F(RecordDownloadTest, EverySpeedHasItsCode) {
       EXPECT_EQ(control->notes().last(),
                 "nothing came from terminal 1 within 5 s after the request");
     }
-    // On the network the codes are fixed.
-    platform.time.after(60, [this] { platform.sockets->connectIn(0); });
-    control->GetData(u"any", name());
-    EXPECT_TRUE(transcript().take().ends_with("send 0F; sleep 50; send FD; sleep 50; close 0"));
-    byDate(u"clock");
-    EXPECT_TRUE(transcript().take().ends_with("send 07; sleep 50; send FE; sleep 50; close 0"));
   }
-}
-
-TEST_F(RecordDownloadTest, AWholeStreamIsOnDiskAndChecked) {
-  folder.write("rec.Hex", std::string(1000, 'x'));  // goes first
-  monitoringOn();
-  platform.terminal.replyAfter(4, 0.1, record);
-  platform.terminal.replyAfter(4, 5.0, trailer);  // 4.9 s of silence in the middle
-  EXPECT_EQ(control->GetData(u"", name()), 0);
-  EXPECT_EQ(content(), record + trailer);
-  EXPECT_EQ(control->NumOfRecs(), 1);
-  EXPECT_TRUE(control->MonitoringON());
-  EXPECT_TRUE(events.monitoring.empty());
-  EXPECT_EQ(control->notes().last(), "5 s of silence: the stream has ended after 17 bytes");
 }
 
 TEST_F(RecordDownloadTest, WhatCameBeforeIsNotInTheFile) {
@@ -65,6 +45,7 @@ TEST_F(RecordDownloadTest, WhatCameBeforeIsNotInTheFile) {
   platform.terminal.replyAfter(4, 0.1, {1});
   control->GetData(u"", name());
   EXPECT_EQ(content(), Bytes{1});
+  EXPECT_EQ(control->notes().last(), "5 s of silence: the stream has ended after 1 bytes");
   platform.terminal.startAnew();
   platform.terminal.replyAfter(8, 0.01, {8});
   platform.terminal.replyAfter(10, 0.01, {1});
@@ -98,72 +79,30 @@ TEST_F(RecordDownloadTest, ABlockThatCameWhileAHandlerWasSlowIsTaken) {
   EXPECT_EQ(content(), record);
 }
 
-TEST_F(RecordDownloadTest, NetworkBlocksAreAllTakenInOrder) {
-  // Blocks that come while another is being written, in the turns that the host gets per byte.
+/// Blocks that come while another is being written, in the turns that the host gets per byte, and
+/// what runs then on other sockets or in a handler.
+TEST_F(RecordDownloadTest, ANetworkStreamTakesItsOwnSocketsBytesAndNoOthers) {
   platform.time.eachPass([this] { platform.time.Timer(); });  // a turn takes time
+  platform.sockets->load(1);
   for (const bool byDates : {false, true}) {
     platform.terminal.startAnew();
-    events.arrivals.clear();
     Bytes expected{0xED};
     platform.terminal.replyAfter(byDates ? 10 : 4, 0.09, expected);
     for (std::uint8_t i = 0; i < 50; ++i) {
       const Bytes block(static_cast<std::size_t>(3 + i % 5), i);
       expected = expected + block;
       platform.terminal.replyAfter(byDates ? 10 : 4, 0.1 + 0.0001 * i, block);
+      platform.time.after(0.6 + 0.01 * i, [this] { platform.sockets->feed(1, {99, 99}); });
     }
+    for (const double when : {0.85, 1.0})
+      platform.time.after(when, [this] { control->SetMonitoringOnOff(u"", true); });
     platform.time.after(0.5, [this] { platform.sockets->connectIn(0); });
     platform.time.stepPerRead = 30;
-    const std::int16_t result = byDates ? byDate(u"clock") : control->GetData(u"any", name());
+    EXPECT_EQ(byDates ? byDate(u"clock") : control->GetData(u"any", name()), 1);
     platform.time.stepPerRead = 0;
-    EXPECT_EQ(result, 1);
-    EXPECT_EQ(content(), expected);
-    EXPECT_EQ(events.arrivals.empty(), !byDates);  // a direct reader's data is no event
-    platform.sockets->feed(0, {1});
-    platform.time.DoEvents();
-    EXPECT_FALSE(events.arrivals.empty());  // what comes afterwards is one
-  }
-}
-
-/// What runs meanwhile, on other sockets or in a handler, neither takes a stream's bytes nor adds
-/// to them.
-TEST_F(RecordDownloadTest, AStreamTakesItsOwnSocketsBytesAndNoOthers) {
-  for (const bool byDates : {false, true}) {
-    platform.terminal.startAnew();
-    platform.sockets->load(1);
-    Bytes expected;
-    for (std::uint8_t i = 0; i < 20; ++i) {
-      expected.push_back(i);
-      platform.terminal.replyAfter(byDates ? 10 : 4, 0.1 + 0.002 * i, {i});
-      platform.time.after(1 + 0.001 * i, [this] { platform.sockets->feed(1, {99, 99}); });
-    }
-    const auto switchOver = [this] { control->SetMonitoringOnOff(u"", true); };
-    platform.time.after(0.85, switchOver);
-    platform.time.after(1.0, switchOver);
-    platform.time.after(0.5, [this] { platform.sockets->connectIn(0); });
-    byDates ? byDate(u"clock") : control->GetData(u"any", name());
     EXPECT_EQ(content(), expected);
     platform.time.run(1);
-    platform.sockets->unload(1);
   }
-}
-
-TEST_F(RecordDownloadTest, OneDownloadAtATimeIntoOneFile) {
-  folder.write("rec.Hex", "old");
-  const auto second = [this] {
-    FakePlatform other;
-    other.time.stepPerRead = 1000;
-    Cronvel control2(other, container, events);
-    EXPECT_EQ(errorOf([&] { control2.GetData(u"", name()); }), 70);
-    EXPECT_EQ(other.transcript.take().find("out"), std::string::npos);
-  };
-  platform.time.after(1, second);
-  platform.terminal.replyAfter(4, 0.1, record);
-  platform.terminal.replyAfter(4, 2, trailer);
-  EXPECT_EQ(control->GetData(u"", name()), 0);
-  EXPECT_EQ(content(), record + trailer);
-  platform.terminal.startAnew();
-  platform.terminal.replyAfter(4, 0.1, trailer);
-  EXPECT_EQ(control->GetData(u"", name()), 0);  // it is free again
 }
 
 TEST_F(RecordDownloadTest, FileErrorsComeBeforeTheTerminalIsAsked) {

@@ -5,7 +5,6 @@
 #include "runtime/Conversion.h"
 #include "runtime/File.h"
 #include "runtime/HostArray.h"
-#include "runtime/PackedBcd.h"
 #include "runtime/Text.h"
 #include "tests/support/Errors.h"
 
@@ -58,14 +57,6 @@ TEST(RunTimeErrors, EveryNumberHasItsText) {
   EXPECT_STREQ(RunTimeError(ErrorNumber::overflow).what(), "Overflow");
 }
 
-TEST(PackedBcd, TensAreNotLimitedToNine) {
-  EXPECT_EQ(packedBcd(0), 0x00);
-  EXPECT_EQ(packedBcd(99), 0x99);
-  EXPECT_EQ(packedBcd(123), 0xC3);
-  EXPECT_EQ(bcdByte(159), 0xF9);
-  EXPECT_EQ(errorOf([] { bcdByte(160); }), 6);
-}
-
 TEST(HostArrays, KeepTheHostsIndexes) {
   const HostArray<std::uint8_t> array({5, 6}, 3);
   EXPECT_EQ(array.at(3) * 10 + array.at(4), 56);
@@ -94,19 +85,11 @@ TEST(File, CheckNameKeepsFolderAndBaseName) {
 
 TEST(File, ErrorsNameNumberAndCause) {
   const auto folder = std::filesystem::temp_directory_path();
-  EXPECT_EQ(errorOf([&] { File(folder / "no such file", File::Access::read); }), 53);
-  EXPECT_EQ(errorOf([&] { File(folder / "no folder" / "x", File::Access::update); }), 76);
   EXPECT_EQ(errorOf([&] { File(folder, File::Access::output); }), 75);
   const std::string text =
       messageOf([&] { File(folder / "no folder" / "x.Hex", File::Access::output); });
   EXPECT_NE(text.find("x.Hex (No such file or directory); make the folder"), std::string::npos)
       << text;
-}
-
-TEST(File, FullDiskIsNoticedAtTheWrite) {
-  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full here";
-  File full("/dev/full", File::Access::update);
-  EXPECT_EQ(errorOf([&] { full.write(Bytes(10)); }), 61);
 }
 
 }  // namespace

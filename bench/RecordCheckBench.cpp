@@ -1,9 +1,11 @@
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -11,7 +13,8 @@
 #include "runtime/Bytes.h"
 #include "runtime/File.h"
 
-// The record file check against writing the same number of bytes straight to the same folder.
+// The record file check against writing the same number of bytes straight to the same folder: the
+// quickest of each, in turns, since what else runs and the state of the memory only ever slow down.
 
 namespace cronvel {
 namespace {
@@ -73,24 +76,27 @@ void CheckOfRecords(benchmark::State& state) {
   writeRaw(raw);
   forgetPeak();
   const double before = peakMegabytes();
+  double checking = std::numeric_limits<double>::max();
+  double writing = checking;
   for (auto _ : state) {
     const auto start = Steady::now();
     if (control.CheckIntegrity(raw.u16string(), false) == 0) state.SkipWithError("not whole");
-    const double checking = secondsSince(start);
+    checking = std::min(checking, secondsSince(start));
     std::size_t written = 0;
     for (const char* extension : {".txt", ".ddd", ".dat"})
       written += fs::file_size(fs::path(raw).replace_extension(extension));
     for (const char* extension : {".txt", ".ddd", ".dat"})
       fs::remove(fs::path(raw).replace_extension(extension));
-    state.counters["times_plain_write"] = checking / plainWrite(folder / "plain", written);
+    writing = std::min(writing, plainWrite(folder / "plain", written));
+    fs::remove(folder / "plain");
+    state.counters["times_plain_write"] = checking / writing;
     state.counters["raw_MB"] = static_cast<double>(fs::file_size(raw)) / 1e6;
     state.counters["written_MB"] = static_cast<double>(written) / 1e6;
     state.counters["peak_grew_MB"] = peakMegabytes() - before;
-    fs::remove(folder / "plain");
   }
   fs::remove_all(folder);
 }
-BENCHMARK(CheckOfRecords)->Iterations(1)->Unit(benchmark::kSecond);
+BENCHMARK(CheckOfRecords)->Iterations(5)->Unit(benchmark::kSecond);
 
 }  // namespace
 }  // namespace cronvel

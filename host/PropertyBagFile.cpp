@@ -7,6 +7,7 @@
 #include "runtime/File.h"
 #include "runtime/RunTimeError.h"
 #include "runtime/Text.h"
+#include "runtime/TextOutput.h"
 
 namespace cronvel {
 namespace {

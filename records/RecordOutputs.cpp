@@ -1,30 +1,100 @@
 #include "records/RecordOutputs.h"
 
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <utility>
+
+#include "records/RecordDigits.h"
+
 namespace cronvel {
 namespace {
 
-/// Parts of a record whose length is always the same.
-template <std::size_t size>
-std::span<const char, size> part(std::string_view text, std::size_t from = 0) {
-  return std::span<const char, size>(text.substr(from, size));
-}
-auto timeOf(const Record& record) { return part<4>(record.time); }
-auto dateOf(const Record& record) { return part<6>(record.date); }
-auto typeOf(const Record& record) { return part<2>(record.type); }
+/// The line that each card of a record gets, put together once: only the digits differ.
+class CardLine {
+ public:
+  explicit CardLine(const Record& record) : mRecord(record) {}
 
-void quotedCard(TextOutput& file, const Record& record) {
-  file.printLine("\"", record.card, "\",\"", timeOf(record), "\",\"", dateOf(record), "\",\"",
-                 typeOf(record), "\"");
+  CardLine& text(std::string_view text) {
+    mEnd += text.copy(&mText[mEnd], text.size());
+    return *this;
+  }
+  CardLine& card() { return digits(mCard, 2 * (mRecord.cardSize - 2)); }
+  CardLine& time() { return digits(mTime, 4); }
+
+  void print(TextOutput& file) const;
+
+ private:
+  /// Holds the line of the longest card number that a stream can have, 38 digits.
+  using Text = std::array<char, 64>;
+
+  CardLine& digits(std::size_t& at, std::size_t count) {
+    at = std::exchange(mEnd, mEnd + count);
+    return *this;
+  }
+  void write(char* out, std::span<const std::uint8_t> cards) const;
+
+  const Record& mRecord;
+  Text mText{};
+  std::size_t mCard = 0;
+  std::size_t mTime = 0;
+  std::size_t mEnd = 0;
+};
+
+void CardLine::print(TextOutput& file) const {
+  for (auto cards = mRecord.cards; !cards.empty();) {
+    const std::span<char> room = file.room(mText.size());
+    const std::size_t lines = (room.size() - mText.size()) / mEnd + 1;
+    const auto now = cards.first(std::min(lines * mRecord.cardSize, cards.size()));
+    write(room.data(), now);
+    file.advance(now.size() / mRecord.cardSize * mEnd);
+    cards = cards.subspan(now.size());
+  }
 }
 
-void quotedDate(TextOutput& file, const Record& record) {
-  file.printLine("\"", dateOf(record), "\"");
+/// Eight at a time is twice as quick.
+void writeDigits(char* out, const std::uint8_t* bytes, std::size_t left) {
+  for (; left >= 4; left -= 4, bytes += 4, out += 8) {
+    const std::uint64_t digits = fourDigits(bytes) | std::uint64_t{fourDigits(bytes + 2)} << 32;
+    std::memcpy(out, &digits, sizeof digits);
+  }
+  for (; left > 0; --left, ++bytes, out += 2) std::memcpy(out, &digitPairs[*bytes], 2);
 }
+
+/// A copy of fixed size is quicker than one of the line's; the next line goes over what is too
+/// much of it.
+void CardLine::write(char* out, std::span<const std::uint8_t> cards) const {
+  const Text text = mText;
+  const std::size_t numberSize = mRecord.cardSize - 2;
+  char* number = out + mCard;
+  char* time = out + mTime;
+  const std::size_t length = mEnd;
+  const std::uint8_t* card = cards.data();
+  for (std::size_t left = cards.size(); left > 0; left -= numberSize + 2) {
+    std::memcpy(out, text.data(), text.size());
+    writeDigits(number, card, numberSize);
+    card += numberSize;
+    const std::uint32_t digits = fourDigits(card);
+    std::memcpy(time, &digits, sizeof digits);
+    card += 2;
+    out += length;
+    number += length;
+    time += length;
+  }
+}
+
+void quotedCards(TextOutput& file, const Record& record) {
+  CardLine line(record);
+  line.text("\"").card().text("\",\"").time().text("\",\"").text(record.date).text("\",\"");
+  line.text(record.type).text("\"\r\n").print(file);
+}
+
+void quotedDate(TextOutput& file, const Record& record) { file.printLine("\"", record.date, "\""); }
 
 void tabbedDate(TextOutput& file, const Record& record) {
+  const std::string_view date = record.date;
   if (record.firstDate) file.printLine("\t0ed");
-  file.printLine("bb\t", part<2>(record.date), "\t", part<2>(record.date, 2), "\t",
-                 part<2>(record.date, 4));
+  file.printLine("bb\t", date.substr(0, 2), "\t", date.substr(2, 2), "\t", date.substr(4));
 }
 
 std::string lowerCase(std::string_view type) {
@@ -34,18 +104,18 @@ std::string lowerCase(std::string_view type) {
   return out;
 }
 
-void tabbedCard(TextOutput& file, const Record& record) {
+void tabbedCards(TextOutput& file, const Record& record) {
   if (record.type != "ED") file.printLine(lowerCase(record.type), "\t");
-  file.printLine(record.card, "\t", timeOf(record), "\t");
+  CardLine(record).card().text("\t").time().text("\t\r\n").print(file);
 }
 
 }  // namespace
 
 std::span<const RecordOutput> recordOutputs() {
   static constexpr RecordOutput outputs[] = {
-      {u".txt", nullptr, quotedCard},
+      {u".txt", nullptr, quotedCards},
       {u".ddd", quotedDate, nullptr},
-      {u".dat", tabbedDate, tabbedCard},
+      {u".dat", tabbedDate, tabbedCards},
   };
   return outputs;
 }
@@ -55,7 +125,7 @@ RecordOutputs::RecordOutputs(const std::u16string& rawFile) {
     const auto path = toPath(withExtension(rawFile, output.extension));
     TextOutput* file = mFiles.emplace_back(std::make_unique<TextOutput>(path)).get();
     if (output.date != nullptr) mOfDates.push_back({file, output.date});
-    if (output.card != nullptr) mOfCards.push_back({file, output.card});
+    if (output.cards != nullptr) mOfCards.push_back({file, output.cards});
   }
 }
 
@@ -63,7 +133,7 @@ void RecordOutputs::date(const Record& record) {
   for (const Target& target : mOfDates) target.print(*target.file, record);
 }
 
-void RecordOutputs::card(const Record& record) {
+void RecordOutputs::cards(const Record& record) {
   for (const Target& target : mOfCards) target.print(*target.file, record);
 }
 

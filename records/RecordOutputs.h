@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "records/RecordStream.h"
-#include "runtime/File.h"
+#include "runtime/TextOutput.h"
 
 namespace cronvel {
 
@@ -17,7 +17,7 @@ struct RecordOutput {
   /// What a record adds to it; null for nothing.
   using Line = void (*)(TextOutput& file, const Record& record);
   Line date;
-  Line card;
+  Line cards;
 };
 
 /// All of them:
@@ -35,7 +35,7 @@ class RecordOutputs : public RecordSink {
   explicit RecordOutputs(const std::u16string& rawFile);
 
   void date(const Record& record) override;
-  void card(const Record& record) override;
+  void cards(const Record& record) override;
   /// Raises what a delayed write had to say.
   void close();
 

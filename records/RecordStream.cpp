@@ -1,10 +1,10 @@
 #include "records/RecordStream.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstdlib>
 #include <cstring>
 
+#include "records/RecordDigits.h"
 #include "runtime/RunTimeError.h"
 
 namespace cronvel {
@@ -13,56 +13,8 @@ namespace {
 constexpr std::uint8_t trailerMarker = 0xE3;
 constexpr std::size_t trailerSize = 11;
 constexpr std::size_t dateSize = 3;
-constexpr std::size_t timeSize = 2;
 constexpr int countTolerance = 10;
 constexpr std::string_view ordinaryType = "ED";
-
-constexpr bool isDamaged(std::uint8_t byte) { return (byte >> 4) > 9 || (byte & 0xF) > 9; }
-
-constexpr char digit(int nibble) { return nibble > 9 ? '?' : static_cast<char>('0' + nibble); }
-
-/// The two digits of each byte, the first one lowest.
-constexpr auto digitPairs = [] {
-  std::array<std::uint16_t, 256> pairs{};
-  for (int byte = 0; byte < 256; ++byte)
-    pairs[static_cast<std::size_t>(byte)] =
-        static_cast<std::uint16_t>(digit(byte >> 4) | digit(byte & 0xF) << 8);
-  return pairs;
-}();
-
-/// The digits of as many bytes as give a `Word`, written in one piece: whoever copies them next
-/// would have to wait for pieces.
-template <typename Word>
-void readWord(char* out, const std::uint8_t* bytes) {
-  static_assert(std::endian::native == std::endian::little);
-  Word word = 0;
-  for (std::size_t i = 0; i < sizeof word / 2; ++i)
-    word |= static_cast<Word>(Word{digitPairs[bytes[i]]} << (16 * i));
-  std::memcpy(out, &word, sizeof word);
-}
-
-template <std::size_t extent>
-void readDigits(std::string& text, std::span<const std::uint8_t, extent> bytes) {
-  const std::size_t size = bytes.size();
-  if (text.size() != 2 * size) text.resize(2 * size);
-  std::size_t i = 0;
-  for (; size - i >= 4; i += 4) readWord<std::uint64_t>(&text[2 * i], &bytes[i]);
-  for (; size - i >= 2; i += 2) readWord<std::uint32_t>(&text[2 * i], &bytes[i]);
-  if (i < size) readWord<std::uint16_t>(&text[2 * i], &bytes[i]);
-}
-
-/// Neither damaged nor markers.
-bool allDigits(std::span<const std::uint8_t> bytes) {
-  static constexpr auto damaged = [] {
-    std::array<bool, 256> table{};
-    for (int byte = 0; byte < 256; ++byte)
-      table[static_cast<std::size_t>(byte)] = isDamaged(static_cast<std::uint8_t>(byte));
-    return table;
-  }();
-  int found = 0;
-  for (const std::uint8_t byte : bytes) found |= damaged[byte] ? 1 : 0;
-  return found == 0;
-}
 
 }  // namespace
 
@@ -103,23 +55,29 @@ void RecordStream::take(std::uint8_t byte) {
   } else {
     collect(byte);
     if (mMode == Mode::date && mCollected == dateSize) endDate();
-    if (mMode == Mode::card && mCollected == mCardBytes + timeSize) endCard();
+    if (mMode == Mode::card && mCollected == mRecord.cardSize) endCard();
   }
 }
 
 void RecordStream::take(std::span<const std::uint8_t> bytes) {
-  const std::size_t cardSize = mCardBytes + timeSize;
-  const bool cardsFit = cardSize <= mBuffer.size();
   while (!bytes.empty()) {
-    const bool cardFollows = mMode == Mode::card && mCollected == 0 && bytes.size() >= cardSize;
-    if (cardsFit && cardFollows && allDigits(bytes.first(cardSize))) {
-      tellCard(bytes.first(cardSize));
-      bytes = bytes.subspan(cardSize);
-    } else {
-      take(bytes.front());
-      bytes = bytes.subspan(1);
-    }
+    std::size_t taken = cardsAtStart(bytes);
+    if (taken > 0)
+      tellCards(bytes.first(taken));
+    else
+      take(bytes[taken++]);
+    bytes = bytes.subspan(taken);
   }
+}
+
+/// How many bytes make whole cards that can be told at once.
+std::size_t RecordStream::cardsAtStart(std::span<const std::uint8_t> bytes) const {
+  const std::size_t size = mRecord.cardSize;
+  if (mMode != Mode::card || mCollected > 0 || size > std::min(bytes.size(), mBuffer.size()))
+    return 0;
+  const bool alone = mRecord.type != ordinaryType;  // the next ones will be of another type
+  const std::size_t digits = digitsAtStart(alone ? bytes.first(size) : bytes);
+  return digits - digits % size;
 }
 
 void RecordStream::startRecord(const Marker& marker) {
@@ -138,7 +96,8 @@ void RecordStream::collect(std::uint8_t byte) {
 }
 
 void RecordStream::endDate() {
-  readDigits(mRecord.date, collected());
+  for (std::size_t i = 0; i < dateSize; ++i)
+    std::memcpy(&mRecord.date[2 * i], &digitPairs[mBuffer[i]], 2);
   mDamaged += static_cast<std::int32_t>(std::ranges::count_if(collected(), isDamaged));
   mRecord.firstDate = !mDateSeen;
   mDateSeen = true;
@@ -148,14 +107,13 @@ void RecordStream::endDate() {
 
 void RecordStream::endCard() {
   mDamaged += std::ranges::any_of(collected(), isDamaged) ? 1 : 0;
-  tellCard(collected());
+  tellCards(collected());
 }
 
-void RecordStream::tellCard(std::span<const std::uint8_t> bytes) {
-  readDigits(mRecord.card, bytes.first(mCardBytes));
-  readDigits(mRecord.time, bytes.last<timeSize>());
-  mSink.card(mRecord);
-  ++mRecords;
+void RecordStream::tellCards(std::span<const std::uint8_t> bytes) {
+  mRecord.cards = bytes;
+  mSink.cards(mRecord);
+  mRecords += static_cast<std::int32_t>(bytes.size() / mRecord.cardSize);
   expectOrdinaryCard();
 }
 

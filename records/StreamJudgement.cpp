@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <span>
 
+#include "records/RecordDigits.h"
 #include "runtime/File.h"
 #include "runtime/RunTimeError.h"
 
@@ -105,13 +106,15 @@ void StreamJudgement::date(const Record& record) {
   if (mReaders != nullptr) mReaders->date(record);
 }
 
-void StreamJudgement::card(const Record& record) {
+/// One at a time, as the bytes are taken.
+void StreamJudgement::cards(const Record& record) {
   mCompleted = true;
-  if (record.card.find('?') != std::string::npos || record.time.find('?') != std::string::npos)
+  const auto time = record.cards.last<2>();
+  if (std::ranges::any_of(record.cards, isDamaged))
     fault(StreamFault::Kind::digits, mRecordStart);
-  else if (number(record.time, 0) > 23 || number(record.time, 2) > 59)
+  else if (time[0] > 0x23 || time[1] > 0x59)
     fault(StreamFault::Kind::time, mRecordStart);
-  if (mReaders != nullptr) mReaders->card(record);
+  if (mReaders != nullptr) mReaders->cards(record);
 }
 
 void StreamJudgement::fault(StreamFault::Kind kind, std::uint64_t offset) {

@@ -60,7 +60,7 @@ class StreamJudgement : private RecordSink {
 
  private:
   void date(const Record& record) override;
-  void card(const Record& record) override;
+  void cards(const Record& record) override;
   void takeRecords(std::uint8_t byte);
   void takeTrailer(std::uint8_t byte);
   void fault(StreamFault::Kind kind, std::uint64_t offset);

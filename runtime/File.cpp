@@ -1,17 +1,13 @@
 #include "runtime/File.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <system_error>
-#include <utility>
 
 #include "runtime/RunTimeError.h"
 #include "runtime/Text.h"
 
 namespace cronvel {
 namespace {
-
-constexpr std::size_t bufferSize = 1024 * 1024;
 
 ErrorNumber numberOf(int error, bool opening) {
   switch (error) {
@@ -142,49 +138,6 @@ void File::close() {
     const int error = errno;
     throw fileError(numberOf(error, false), "cannot write", mPath, error);
   }
-}
-
-TextOutput::TextOutput(const std::filesystem::path& path) : mFile(path, File::Access::output) {}
-
-TextOutput::~TextOutput() {
-  try {
-    flush();
-  } catch (const RunTimeError&) {
-    // The error that brought us here, or close() before, has told the caller.
-  }
-}
-
-void TextOutput::close() {
-  flush();
-  mFile.close();
-}
-
-void TextOutput::makeRoom(std::size_t length) {
-  if (mUsed > 0) writeBehind();
-  if (mBuffer.size >= length) return;
-  const std::size_t size = std::max(bufferSize, length);
-  mBuffer = {std::make_unique_for_overwrite<char[]>(size), size};
-}
-
-/// On another thread, or in time where there can be none.
-void TextOutput::writeBehind() {
-  awaitWriting();
-  std::swap(mBehind, mBuffer);
-  mWriting = std::async([this, size = std::exchange(mUsed, 0)] { write(mBehind, size); });
-}
-
-void TextOutput::awaitWriting() {
-  if (mWriting.valid()) mWriting.get();
-}
-
-void TextOutput::flush() {
-  const std::size_t size = std::exchange(mUsed, 0);
-  awaitWriting();
-  if (size > 0) write(mBuffer, size);
-}
-
-void TextOutput::write(const Buffer& buffer, std::size_t size) {
-  mFile.write({reinterpret_cast<const std::uint8_t*>(buffer.bytes.get()), size});
 }
 
 }  // namespace cronvel

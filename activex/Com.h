@@ -11,6 +11,8 @@
 #include <olectl.h>
 #include <wrl/client.h>
 
+#include <utility>
+
 #include "CronvelOCX.h"  // made from Cronvel.idl
 
 // COM interfaces have no destructors; their objects end by Release.
@@ -32,21 +34,17 @@ inline void check(HRESULT result) {
 /// A VARIANT that is cleared at its end.
 class OwnedVariant {
  public:
-  OwnedVariant() { VariantInit(&mValue); }
+  OwnedVariant() = default;
   ~OwnedVariant() { VariantClear(&mValue); }
   OwnedVariant(const OwnedVariant&) = delete;
   OwnedVariant& operator=(const OwnedVariant&) = delete;
   VARIANT* operator&() { return &mValue; }  // NOLINT: used as the VARIANT that it is
   VARIANT* operator->() { return &mValue; }
   VARIANT& operator*() { return mValue; }
-  VARIANT release() {
-    const VARIANT released = mValue;
-    VariantInit(&mValue);
-    return released;
-  }
+  VARIANT release() { return std::exchange(mValue, {}); }
 
  private:
-  VARIANT mValue;
+  VARIANT mValue{};  // VariantInit leaves the value undefined before Windows 8.1
 };
 
 /// `VariantCopyInd`, which does not change what it copies although its declaration lets it.

@@ -1,5 +1,7 @@
 #include "activex/ControlObject.h"
 
+#include <utility>
+
 #include "activex/Values.h"
 
 namespace cronvel::activex {
@@ -70,14 +72,40 @@ STDMETHODIMP_(ULONG) ControlObject::AddRef() { return ++mReferences; }
 
 STDMETHODIMP_(ULONG) ControlObject::Release() {
   const ULONG left = --mReferences;
-  if (left == 0 && mBusy == 0) end();
+  if (left > 0) return left;
+  if (mBusy == 0)
+    end();
+  else if (mCore)
+    mCore->endForGood();
   return left;
 }
 
 ControlObject::Busy::Busy(ControlObject& control) : mControl(control) { ++mControl.mBusy; }
 
 ControlObject::Busy::~Busy() {
-  if (--mControl.mBusy == 0 && mControl.released()) mControl.end();
+  if (--mControl.mBusy == 0) mControl.idle();
+}
+
+void ControlObject::close() {
+  const Busy busy(*this);
+  mCloseAsked = true;
+  mCore->endCommand();
+}
+
+void ControlObject::idle() {
+  if (std::exchange(mCloseAsked, false)) freeLinks();
+  if (released()) end();
+}
+
+void ControlObject::freeLinks() {
+  SerialPort& port = mCore->port();
+  Socket& socket = mCore->sockets().at(0);
+  try {
+    if (port.PortOpen()) port.PortOpen(false);
+    if (socket.State() != sckClosed) socket.Close();
+  } catch (const RunTimeError& error) {
+    OutputDebugStringA(error.what());
+  }
 }
 
 void ControlObject::end() {

@@ -18,8 +18,9 @@ namespace cronvel::activex {
 /// The COM object around a control: its identity, its lifetime, and the parts that answer for its
 /// interfaces. It can be aggregated. Everything runs on the thread that made it.
 ///
-/// A host may let go of the control from inside an event. The control is then still at work under
-/// the host's own code, so its end waits until that work has returned.
+/// A host may close the control or let go of it while a command waits, or from inside an event. The
+/// command then ends at once; the control is still at work under the host's own code, so its end
+/// waits until that work has returned.
 class ControlObject final : public IUnknown {
  public:
   /// Raises what the machine has against a control (`RunTimeError`).
@@ -51,6 +52,10 @@ class ControlObject final : public IUnknown {
     ControlObject& mControl;
   };
 
+  /// The container closes the control: the command under way ends, and as soon as it has, the port
+  /// and the socket are there for others.
+  void close();
+
   /// Nobody holds the object any more; it only waits for its end.
   bool released() const { return mReferences == 0; }
 
@@ -58,6 +63,8 @@ class ControlObject final : public IUnknown {
   explicit ControlObject(IUnknown* outer);
   ~ControlObject();
 
+  void idle();
+  void freeLinks();
   void end();
   void endLater();
   static LRESULT CALLBACK endProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
@@ -65,6 +72,7 @@ class ControlObject final : public IUnknown {
   module::Lock mLock;
   ULONG mReferences = 0;
   int mBusy = 0;
+  bool mCloseAsked = false;
   bool mEndAsked = false;
   IUnknown* mOuter;
 

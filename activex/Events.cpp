@@ -146,6 +146,7 @@ void Events::propertyChanged(DISPID property) {
 }
 
 void Events::thaw() {
+  const ControlObject::Busy busy(mControl);
   if (mFrozen > 0) --mFrozen;
   while (mFrozen == 0 && !mWaiting.empty()) {
     const auto [event, arguments] = std::move(mWaiting.front());
@@ -164,9 +165,11 @@ void Events::raise(DISPID event, std::vector<Argument> arguments) {
 
 void Events::fire(DISPID event, const std::vector<Argument>& arguments) {
   const ControlObject::Busy busy(mControl);
-  PassedArguments passed(arguments);
-  DISPPARAMS parameters = passed.parameters();
-  mSinks.each<IDispatch>([&](IDispatch& sink) { deliver(sink, event, parameters); });
+  mSinks.each<IDispatch>([&](IDispatch& sink) {
+    PassedArguments passed(arguments);  // what one sink writes is none of the next one's business
+    DISPPARAMS parameters = passed.parameters();
+    deliver(sink, event, parameters);
+  });
 }
 
 void Events::WinSockCurrentState(std::int16_t CurrentState) { raise(1, {value(CurrentState)}); }

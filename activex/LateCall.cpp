@@ -20,11 +20,18 @@ const VARIANT& direct(const VARIANT& value) {
   return value.vt == (VT_BYREF | VT_VARIANT) ? direct(*value.pvarVal) : value;
 }
 
-/// An array of variants, by value or by reference; null for anything else.
-SAFEARRAY* variantArray(const VARIANT& value) {
-  if (value.vt == (VT_ARRAY | VT_VARIANT)) return value.parray;
-  if (value.vt == (VT_BYREF | VT_ARRAY | VT_VARIANT)) return *value.pparray;
-  return nullptr;
+/// An array, by value or by reference; null for anything else.
+SAFEARRAY* arrayIn(const VARIANT& value) {
+  if ((value.vt & VT_ARRAY) == 0) return nullptr;
+  return (value.vt & VT_BYREF) != 0 ? *value.pparray : value.parray;
+}
+
+HRESULT elementOf(SAFEARRAY* array, LONG index, VARTYPE type, VARIANT& element) {
+  const bool fills = type == VT_VARIANT || type == VT_DECIMAL;
+  const HRESULT done = SafeArrayGetElement(
+      array, &index, fills ? static_cast<void*>(&element) : static_cast<void*>(&element.byref));
+  if (SUCCEEDED(done) && type != VT_VARIANT) element.vt = type;
+  return done;
 }
 
 HRESULT convert(VARIANT& to, const VARIANT& from, VARTYPE type, LCID locale) {
@@ -33,7 +40,8 @@ HRESULT convert(VARIANT& to, const VARIANT& from, VARTYPE type, LCID locale) {
 }
 
 /// Element by element, with the array's own bounds.
-HRESULT convertArray(VARIANT& to, SAFEARRAY* from, VARTYPE elementType, LCID locale) {
+HRESULT convertArray(VARIANT& to, const VARIANT& given, VARTYPE elementType, LCID locale) {
+  SAFEARRAY* const from = arrayIn(given);
   SAFEARRAYBOUND bound{};
   LONG upperBound = -1;
   if (SafeArrayGetDim(from) != 1) return DISP_E_TYPEMISMATCH;
@@ -45,7 +53,7 @@ HRESULT convertArray(VARIANT& to, SAFEARRAY* from, VARTYPE elementType, LCID loc
   to.vt = static_cast<VARTYPE>(VT_ARRAY | elementType);
   for (LONG i = bound.lLbound; i <= upperBound; ++i) {
     OwnedVariant element, converted;
-    HRESULT done = SafeArrayGetElement(from, &i, &element);
+    HRESULT done = elementOf(from, i, given.vt & VT_TYPEMASK, *element);
     if (SUCCEEDED(done)) done = convert(*converted, *element, elementType, locale);
     if (FAILED(done)) return done;
     void* const stored = elementType == VT_BSTR ? static_cast<void*>(converted->bstrVal)
@@ -93,8 +101,8 @@ class Converted {
  private:
   static HRESULT setArray(VARIANT& stored, const VARIANT& given, VARTYPE type, LCID locale) {
     if (given.vt == type || given.vt == (VT_BYREF | type)) return copyValue(&stored, given);
-    if (SAFEARRAY* const variants = variantArray(given))
-      return convertArray(stored, variants, static_cast<VARTYPE>(type & ~VT_ARRAY), locale);
+    if (arrayIn(given) != nullptr)
+      return convertArray(stored, given, static_cast<VARTYPE>(type & ~VT_ARRAY), locale);
     if (given.vt != VT_EMPTY) return DISP_E_TYPEMISMATCH;
     stored.vt = type;  // an array that was never given a size
     stored.parray = nullptr;

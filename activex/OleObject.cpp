@@ -42,6 +42,7 @@ IUnknown* OleObject::find(REFIID iid) {
 }
 
 STDMETHODIMP OleObject::SetClientSite(IOleClientSite* site) {
+  if (site == nullptr && mControl.site().clientSite()) mControl.close();
   mControl.site().set(site);
   return S_OK;
 }
@@ -52,6 +53,7 @@ STDMETHODIMP OleObject::GetClientSite(IOleClientSite** site) {
 
 STDMETHODIMP OleObject::Close(DWORD option) {
   const ControlObject::Busy busy(mControl);
+  mControl.close();
   const auto site = mControl.site().clientSite();
   if (option != OLECLOSE_NOSAVE && mControl.site().dirty() && site) site->SaveObject();
   mControl.inPlace().InPlaceDeactivate();

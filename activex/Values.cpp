@@ -48,11 +48,20 @@ struct Stored<std::u16string> {
   static std::u16string get(BSTR value) { return textOf(value); }
 };
 
+/// Whether its elements are of this kind. An array made by descriptor keeps no kind, only their
+/// size and what they own.
+bool holds(SAFEARRAY* array, VARTYPE wanted, std::size_t size) {
+  VARTYPE kind = VT_EMPTY;
+  if (SUCCEEDED(SafeArrayGetVartype(array, &kind)) && kind != VT_EMPTY) return kind == wanted;
+  constexpr int owning = FADF_BSTR | FADF_UNKNOWN | FADF_DISPATCH | FADF_VARIANT | FADF_RECORD;
+  return (array->fFeatures & owning) == (wanted == VT_BSTR ? FADF_BSTR : 0) &&
+         array->cbElements == size;
+}
+
 template <typename T>
 std::vector<T> elementsOf(SAFEARRAY* array, LONG& lowerBound) {
-  VARTYPE kind = VT_EMPTY;
   if (SafeArrayGetDim(array) != 1) failType("the array must have one dimension");
-  if (FAILED(SafeArrayGetVartype(array, &kind)) || kind != Stored<T>::kind)
+  if (!holds(array, Stored<T>::kind, sizeof(typename Stored<T>::Type)))
     failType("the array's elements are of another type");
   LONG upperBound = -1;
   check(SafeArrayGetLBound(array, 1, &lowerBound));
@@ -64,8 +73,10 @@ std::vector<T> elementsOf(SAFEARRAY* array, LONG& lowerBound) {
   return taken;
 }
 
+/// One that the host may resize.
 SAFEARRAY* newArray(VARTYPE kind, std::size_t size) {
-  SAFEARRAY* const array = SafeArrayCreateVector(kind, 0, static_cast<ULONG>(size));
+  SAFEARRAYBOUND bound{static_cast<ULONG>(size), 0};
+  SAFEARRAY* const array = SafeArrayCreate(kind, 1, &bound);
   if (array == nullptr) throw std::bad_alloc();
   return array;
 }
@@ -151,8 +162,7 @@ Variant variantOf(const VARIANT& value) {
 }
 
 VARIANT newVariant(const Variant& value) {
-  VARIANT made;
-  VariantInit(&made);
+  VARIANT made{};
   struct Visitor {
     VARIANT& made;
     void operator()(std::monostate) const {}

@@ -56,6 +56,7 @@ struct DeviceLinks {
       platform.messagePump().awaitEvents();
       if (probe()) return true;
       platform.messagePump().DoEvents();
+      if (platform.messagePump().hostQuits()) ending.ask();
     }
     return false;
   }

@@ -26,6 +26,9 @@ class MessagePump {
   /// Whether one of the calls, or a handler in the host's own message loop, is under way further up
   /// this stack. What it works on must not be destroyed then.
   virtual bool inPass() const { return false; }
+  /// Whether the last pass found that the host's program was told to quit. That stays for its own
+  /// loop; a wait in front of it is to end.
+  virtual bool hostQuits() const { return false; }
 };
 
 }  // namespace cronvel

@@ -28,6 +28,8 @@ class Poller {
   virtual ~Poller() = default;
   /// For a host that has messages: dispatches them.
   virtual void pumpHost() {}
+  /// The last of these calls met the message that ends the host's program, and left it to its loop.
+  virtual bool hostQuits() const { return false; }
   /// Waits for something to be ready, or for a message of such a host.
   virtual void await(Duration longestWait) = 0;
   /// Adds what is ready, of what there is an interest in; the same again in each call until it was

@@ -61,6 +61,7 @@ class Reactor : public MessagePump {
   void awaitEvents() override;
   void wake() override { mPoller->wake(); }
   bool inPass() const override { return mDepth > 0; }
+  bool hostQuits() const override { return mPoller->hostQuits(); }
 
  private:
   struct Ready;

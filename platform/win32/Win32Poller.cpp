@@ -166,6 +166,8 @@ class Win32Poller : public Poller {
     mMore = found.size() > before;
   }
 
+  bool hostQuits() const override { return mQuitting; }
+
   void setInterest(Handle handle, short events) override {
     if ((events & signalled) != 0) {
       const auto event = reinterpret_cast<HANDLE>(handle);

@@ -109,8 +109,13 @@ class EventsTest : public ControlTest {
 
 TEST_F(EventsTest, TheyComeInOrderWithTheDeclaredTypesAndMayCallTheControl) {
   std::vector<VARTYPE> types;
-  TestSink caller;
+  TestSink caller, later;
   advise(caller);
+  advise(later);
+  later.onEvent = [](DISPID event, DISPPARAMS& arguments) {
+    if (event != dataEvent) return;
+    EXPECT_NE(*arguments.rgvarg[5].pparray, nullptr) << "another's harm";
+  };
   caller.onEvent = [&](DISPID event, DISPPARAMS& arguments) {
     if (event != dataEvent) return;
     types.clear();
@@ -129,6 +134,7 @@ TEST_F(EventsTest, TheyComeInOrderWithTheDeclaredTypesAndMayCallTheControl) {
                                          VT_BYREF | VT_BSTR, VT_BYREF | VT_I2, VT_BYREF | VT_I4}));
   EXPECT_TRUE(pumpUntil([&] { return state == 0; }));
   EXPECT_EQ(peer.receive(4), "abz");  // and the end
+  unadvise();
   unadvise();
 }
 
@@ -165,39 +171,101 @@ TEST_F(EventsTest, TheControlMayBeLetGoOfInsideItsOwnEvent) {
   EXPECT_EQ(peer.receive(1), "");  // its connection ended with it
 }
 
-TEST_F(EventsTest, OrWhileACommandWaits) {
-  std::thread terminal = peer.terminal();
-  sink.onEvent = [&](DISPID, DISPPARAMS&) { letGo(); };
-  // Called as a compiled host does, which may hold no reference of its own during the call.
-  ::_Cronvel* const early = as<::_Cronvel>().Get();
-  BSTR host = SysAllocString(L"127.0.0.1");
-  BYTE key = 3;
-  VARIANT_BOOL accepted = VARIANT_FALSE;
-  EXPECT_EQ(early->SetKeyboard(&host, &key, &accepted), S_OK);
-  EXPECT_EQ(accepted, VARIANT_TRUE);
-  SysFreeString(host);
-  terminal.join();
-  EXPECT_FALSE(control) << "no event came while the command waited";
-  EXPECT_TRUE(canUnload());
+/// What a timer of the host's does while a command waits.
+std::function<void()> atTheTimer;
+void CALLBACK timer(HWND, UINT, UINT_PTR id, DWORD) {
+  KillTimer(nullptr, id);
+  atTheTimer();
+}
+
+bool portIsFree(int port) {
+  const SOCKET probe = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<u_short>(port));
+  const bool bound = bind(probe, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+  closesocket(probe);
+  return bound;
+}
+
+TEST_F(EventsTest, ACommandThatWaitsEndsWithItsHost) {
+  constexpr int listenPort = 18085;
+  const auto file = std::filesystem::temp_directory_path() / "ended.Hex";
+  struct Wait {
+    const wchar_t* member;
+    const wchar_t* host;
+    _variant_t argument;
+    std::size_t bytes;  ///< of the command
+  };
+  // For a reply; for connections, without end and of a group.
+  const Wait waits[] = {{L"SetKeyboard", L"127.0.0.1", 3, 4},
+                        {L"GetData", L"terminal-18085", file.c_str(), 0},
+                        {L"SetMonitoringOnGroup", L"terminal-18085", _variant_t(true), 0}};
+  const std::pair<const char*, std::function<void()>> ends[] = {
+      {"Close", [&] { as<IOleObject>()->Close(OLECLOSE_NOSAVE); }},
+      {"SetClientSite", [&] { as<IOleObject>()->SetClientSite(nullptr); }},
+      {"Release", [&] { control.Reset(); }},
+      {"Quit", [] { PostQuitMessage(7); }}};
+  TestSite site;
+  letGo();
+  for (const auto& [member, host, argument, bytes] : waits)
+    for (const auto& [name, end] : ends) {
+      SCOPED_TRACE(testing::Message() << name << " while it waits: " << member);
+      control = create();
+      as<IOleObject>()->SetClientSite(&site);
+      put(L"WinSockRemotePort", peer.port());
+      put(L"WinSockLocalPort", listenPort);
+      call(L"SetWinSockUDPMode", {0});
+      ULONGLONG endedAt = 0;
+      atTheTimer = [&, &finish = end] {
+        endedAt = GetTickCount64();
+        finish();
+      };
+      SetTimer(nullptr, 0, 400, &timer);
+      EXPECT_EQ(call(member, {host, argument}), S_OK);
+      EXPECT_LT(GetTickCount64() - endedAt, 2000u);
+      if (bytes > 0) {
+        peer.accept();
+        EXPECT_LE(peer.receive(100).size(), bytes);  // up to the end of the connection
+      }
+      EXPECT_TRUE(portIsFree(listenPort));
+      MSG message{};
+      while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != 0 && message.message != WM_QUIT)
+        DispatchMessageW(&message);
+      EXPECT_EQ(message.message == WM_QUIT ? message.wParam : 0, name[0] == 'Q' ? 7u : 0u);
+      if (control) as<IOleObject>()->SetClientSite(nullptr);
+      control.Reset();
+      EXPECT_TRUE(pumpUntil([&] { return canUnload(); }));
+    }
 }
 
 TEST_F(EventsTest, FrozenOnesWaitInOrder) {
   const auto path = std::filesystem::temp_directory_path() / "cards.txt";
   std::ofstream(path) << "1,2\n";
+  const auto sendFrozen = [&] {
+    std::thread terminal = peer.terminal();
+    as<IOleControl>()->FreezeEvents(TRUE);
+    sink.order.clear();
+    EXPECT_EQ(call(L"AddCardFile", {L"127.0.0.1", path.c_str()}), S_OK);
+    terminal.join();
+    EXPECT_TRUE(sink.order.empty());
+  };
   std::vector<std::pair<DISPID, long>> seen;
   sink.onEvent = [&](DISPID event, DISPPARAMS& arguments) {
     if (event == countEvent || event == progressEvent)
       seen.emplace_back(event, *arguments.rgvarg[0].plVal);
   };
-  std::thread terminal = peer.terminal();
-  as<IOleControl>()->FreezeEvents(TRUE);
-  sink.order.clear();
-  EXPECT_EQ(call(L"AddCardFile", {L"127.0.0.1", path.c_str()}), S_OK);
-  terminal.join();
-  EXPECT_TRUE(sink.order.empty());
+  sendFrozen();
   as<IOleControl>()->FreezeEvents(FALSE);
   EXPECT_EQ(seen, (std::vector<std::pair<DISPID, long>>{
                       {countEvent, 2}, {progressEvent, 1}, {progressEvent, 2}}));
+
+  sink.onEvent = [&](DISPID, DISPPARAMS&) { letGo(); };
+  sendFrozen();
+  IOleControl* const frozen = as<IOleControl>().Get();  // held by nobody else
+  frozen->FreezeEvents(FALSE);
+  EXPECT_EQ(sink.order.size(), 1u);
+  EXPECT_FALSE(control);
   std::filesystem::remove(path);
 }
 

@@ -46,7 +46,8 @@ bool ControlTest::canUnload() const {
 
 HRESULT ControlTest::invoke(const wchar_t* name, WORD flags,
                             std::initializer_list<_variant_t> arguments, VARIANT* value) {
-  const auto dispatch = as<IDispatch>();
+  // Held by nobody during the call, as by compiled hosts.
+  IDispatch* const dispatch = as<IDispatch>().Get();
   auto* nameText = const_cast<wchar_t*>(name);
   DISPID id = 0;
   EXPECT_EQ(dispatch->GetIDsOfNames(IID_NULL, &nameText, 1, LOCALE_USER_DEFAULT, &id), S_OK);

@@ -25,11 +25,19 @@ _variant_t array(std::initializer_list<_variant_t> elements) {
   return made;
 }
 
+template <typename Number>
+_variant_t typedArray(VARTYPE type, std::initializer_list<Number> numbers) {
+  _variant_t made;
+  made.vt = static_cast<VARTYPE>(VT_ARRAY | type);
+  made.parray = SafeArrayCreateVector(type, 0, static_cast<ULONG>(numbers.size()));
+  std::copy(numbers.begin(), numbers.end(), static_cast<Number*>(made.parray->pvData));
+  return made;
+}
+
 TEST_F(LateCallTest, ArgumentsMayBeLiteralsOrVariablesOfAnyKind) {
-  _variant_t text = L"3", empty, letters = L"three", typed, bytes = array({1, L"2", 3, 4, 5, 6});
+  _variant_t text = L"3", empty, letters = L"three", bytes = array({1, L"2", 3, 4, 5, 6});
   _variant_t nested = variable(text), noon(0.5, VT_DATE);
-  typed.vt = VT_ARRAY | VT_UI1;
-  typed.parray = SafeArrayCreateVector(VT_UI1, 0, 6);
+  _variant_t typed = typedArray<BYTE>(VT_UI1, {1, 2, 3, 4, 5, 6});
   const std::tuple<const wchar_t*, _variant_t, HRESULT> calls[] = {
       {L"SetKeyboard", false, passed},
       {L"SetKeyboard", variable(nested), passed},
@@ -40,6 +48,8 @@ TEST_F(LateCallTest, ArgumentsMayBeLiteralsOrVariablesOfAnyKind) {
       {L"DefCards", variable(bytes), passed},
       {L"DefCards", typed, passed},
       {L"DefCards", variable(typed), passed},
+      {L"DefCards", typedArray<SHORT>(VT_I2, {1, 2, 255}), passed},
+      {L"DefCards", typedArray<LONG>(VT_I4, {1, 2, 256}), DISP_E_OVERFLOW},
       {L"DefCards", array({1, 2, 300}), DISP_E_OVERFLOW},
       {L"DefCards", array({1, L"x"}), DISP_E_TYPEMISMATCH},
       {L"DefCards", L"123456", DISP_E_TYPEMISMATCH},
@@ -63,6 +73,12 @@ TEST_F(LateCallTest, CompiledHostsGetTheExactTypes) {
   BSTR nothing = nullptr;  // an empty text
   SAFEARRAY* array = nullptr;
   EXPECT_EQ(early->DefCards(&nothing, &array, &accepted), passed);
+  SafeArrayAllocDescriptor(1, &array);  // keeps no kind
+  array->cbElements = 1;
+  array->rgsabound[0].cElements = 6;
+  SafeArrayAllocData(array);
+  EXPECT_EQ(early->DefCards(&nothing, &array, &accepted), passed);
+  SafeArrayDestroy(array);
   ComPtr<IErrorInfo> info;
   EXPECT_EQ(GetErrorInfo(0, &info), S_OK);
 }

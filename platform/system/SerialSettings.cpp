@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdlib>
 #include <vector>
 
 #include "platform/system/SerialSpeeds.h"
@@ -84,6 +85,10 @@ SerialSettings SerialSettings::parse(std::string_view text) {
 
 int SerialSettings::bitsPerByte() const {
   return 1 + dataBits + (parity == Parity::none ? 0 : 1) + (longStop ? 2 : 1);
+}
+
+bool SerialSettings::toleratesSpeed(std::int64_t actual) const {
+  return 40 * std::abs(actual - speed) <= speed;
 }
 
 std::string SerialSettings::nameOfParity() const {

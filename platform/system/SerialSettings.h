@@ -20,6 +20,9 @@ struct SerialSettings {
 
   /// Bits that a byte takes on the wire.
   int bitsPerByte() const;
+  /// Whether a line of this speed, in baud, will do: frames stand a deviation of 2.5 %, and drivers
+  /// tell what their divisor comes to, such as 602 for 600.
+  bool toleratesSpeed(std::int64_t actual) const;
   /// As the subject of a sentence.
   std::string nameOfParity() const;
 

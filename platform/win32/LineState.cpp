@@ -64,7 +64,7 @@ DCB lineStateOf(const SerialSettings& settings) {
 std::string missingIn(HANDLE device, const SerialSettings& settings) {
   DCB line{};
   line.DCBlength = sizeof line;
-  if (GetCommState(device, &line) != 0 && line.BaudRate != static_cast<DWORD>(settings.speed))
+  if (GetCommState(device, &line) != 0 && !settings.toleratesSpeed(line.BaudRate))
     return "a speed of " + std::to_string(settings.speed) + " baud";
   if (const BYTE parity = parityOf(device);
       parity != unnamedParity && parity != parityCode(settings.parity))

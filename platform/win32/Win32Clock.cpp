@@ -1,5 +1,8 @@
 #include <chrono>
+#include <cstdint>
+#include <ratio>
 
+#include "platform/system/FineTime.h"
 #include "platform/system/Machine.h"
 #include "platform/win32/Module.h"
 #include "platform/win32/WaitableTimer.h"
@@ -10,23 +13,22 @@ namespace {
 constexpr std::uint64_t ticksPerSecond = 10'000'000;
 constexpr std::uint64_t ticksPerDay = 86400 * ticksPerSecond;
 
-/// Systems before Windows 8 have only the clock that steps with the tick.
-using TimeGetter = void(WINAPI*)(FILETIME*);
-TimeGetter timeGetter() {
-  const FARPROC precise =
-      GetProcAddress(GetModuleHandleW(L"kernel32"), "GetSystemTimePreciseAsFileTime");
-  if (precise == nullptr) return &GetSystemTimeAsFileTime;
-  return reinterpret_cast<TimeGetter>(reinterpret_cast<void*>(precise));
+using Ticks = std::chrono::duration<std::uint64_t, std::ratio<1, ticksPerSecond>>;
+
+std::uint64_t steadyTicks() {
+  return std::chrono::duration_cast<Ticks>(std::chrono::steady_clock::now().time_since_epoch())
+      .count();
 }
 
 class Win32Clock : public Clock {
  public:
   double Timer() override {
     FILETIME now{}, local{};
-    mGetTime(&now);
+    GetSystemTimeAsFileTime(&now);
     FileTimeToLocalFileTime(&now, &local);
     const std::uint64_t ticks = (std::uint64_t{local.dwHighDateTime} << 32) | local.dwLowDateTime;
-    return static_cast<double>(ticks % ticksPerDay) / static_cast<double>(ticksPerSecond);
+    return static_cast<double>(mTime.at(ticks, steadyTicks()) % ticksPerDay) /
+           static_cast<double>(ticksPerSecond);
   }
 
   double steadySeconds() override {
@@ -41,7 +43,7 @@ class Win32Clock : public Clock {
   }
 
  private:
-  TimeGetter mGetTime = timeGetter();
+  FineTime mTime;
   WaitableTimer mSleep;
 };
 

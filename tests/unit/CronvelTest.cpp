@@ -1,5 +1,6 @@
 #include <sstream>
 
+#include "platform/system/FineTime.h"
 #include "tests/support/Commands.h"
 #include "tests/support/ControlTest.h"
 
@@ -124,6 +125,20 @@ TEST_F(CronvelTest, MonitoringBytesReachTheHostOnlyWhileItIsOn) {
 TEST_F(CronvelTest, AClockThatStandsStillFailsTheCalibration) {
   FakePlatform still;
   EXPECT_EQ(errorOf([&] { Cronvel(still, container, events); }), 11);
+}
+
+TEST(FineTime, GoesOnBetweenTheStepsOfAClock) {
+  constexpr std::uint64_t step = 156'250, setBack = 36'000'000'000;
+  FineTime fine;
+  std::uint64_t counter = 400'000'000'000, before = 0;
+  for (int look = 0; look < 2000; ++look) {
+    counter += look % 2 == 0 ? 37 : 40'000;
+    const std::uint64_t clock = counter / step * step - (look < 1000 ? 0 : setBack);
+    const std::uint64_t now = fine.at(clock, counter);
+    EXPECT_TRUE(now > before || look == 1000) << "at look " << look;
+    EXPECT_LT(now - clock, 2 * step);
+    before = now;
+  }
 }
 
 TEST_F(CronvelTest, ItClosesSocket0AtItsEnd) {

@@ -5,6 +5,7 @@
 
 #include <windows.h>
 
+#include <objsafe.h>
 #include <ocidl.h>
 #include <ole2.h>
 #include <oleauto.h>

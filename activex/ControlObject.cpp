@@ -42,10 +42,12 @@ ControlObject::ControlObject(IUnknown* outer)
       mClassInfo(*this),
       mPersistence(*this),
       mView(*this),
+      mDataObject(*this),
       mInPlace(*this),
       mOleObject(*this),
-      mPlatform(makePlatform()),
-      mCore(std::make_unique<Cronvel>(*mPlatform, mSite, mEvents)) {}
+      mMachine(makePlatform()),
+      mPlatform(*mMachine, mSite),
+      mCore(std::make_unique<Cronvel>(mPlatform, mSite, mEvents)) {}
 
 ControlObject::~ControlObject() = default;
 
@@ -60,7 +62,7 @@ STDMETHODIMP ControlObject::QueryInterface(REFIID iid, void** object) {
   IUnknown* found = nullptr;
   for (IUnknown* part :
        {mDispatch.find(iid), mClassInfo.find(iid), mEvents.find(iid), mPersistence.find(iid),
-        mOleObject.find(iid), mInPlace.find(iid), mView.find(iid)})
+        mOleObject.find(iid), mInPlace.find(iid), mView.find(iid), mDataObject.find(iid)})
     if (part != nullptr) found = part;
   if (found == nullptr) return E_NOINTERFACE;
   *object = found;
@@ -112,7 +114,7 @@ void ControlObject::end() {
   if (mEndAsked) return;
   mEndAsked = true;
   // An event is raised from inside a pump pass, which goes on with the control afterwards.
-  if (mPlatform && mPlatform->messagePump().inPass()) return endLater();
+  if (mPlatform.messagePump().inPass()) return endLater();
   delete this;
 }
 
@@ -129,7 +131,7 @@ LRESULT CALLBACK ControlObject::endProcedure(HWND window, UINT message, WPARAM w
                                              LPARAM lParam) {
   if (message != WM_TIMER) return DefWindowProcW(window, message, wParam, lParam);
   auto* const control = reinterpret_cast<ControlObject*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-  if (control->mPlatform->messagePump().inPass()) return 0;
+  if (control->mPlatform.messagePump().inPass()) return 0;
   DestroyWindow(window);
   delete control;
   return 0;

@@ -3,8 +3,10 @@
 #include <memory>
 
 #include "activex/ClassInfo.h"
+#include "activex/DataObject.h"
 #include "activex/Dispatch.h"
 #include "activex/Events.h"
+#include "activex/HostPlatform.h"
 #include "activex/InPlace.h"
 #include "activex/Module.h"
 #include "activex/OleObject.h"
@@ -35,6 +37,7 @@ class ControlObject final : public IUnknown {
   Cronvel& core() { return *mCore; }
   Site& site() { return mSite; }
   View& view() { return mView; }
+  DataObject& dataObject() { return mDataObject; }
   Events& events() { return mEvents; }
   InPlace& inPlace() { return mInPlace; }
   OleObject& oleObject() { return mOleObject; }
@@ -82,10 +85,12 @@ class ControlObject final : public IUnknown {
   ClassInfo mClassInfo;
   Persistence mPersistence;
   View mView;
+  DataObject mDataObject;
   InPlace mInPlace;
   OleObject mOleObject;
 
-  std::unique_ptr<Platform> mPlatform;
+  std::unique_ptr<Platform> mMachine;
+  HostPlatform mPlatform;
   std::unique_ptr<Cronvel> mCore;
 };
 

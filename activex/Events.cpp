@@ -193,8 +193,8 @@ void Events::WinSockDataReceivedGetData(Bytes& ReceivedData, std::int32_t DataLe
   raise(4, {reference(ReceivedData), value(DataLen), value(RemoteHostIP)});
 }
 
-void Events::DataReceivedForMonitoring(Bytes& mRStr, std::int16_t DataLen) {
-  raise(5, {reference(mRStr), value(DataLen)});
+void Events::DataReceivedForMonitoring(Bytes& mRStr, std::int16_t& DataLen) {
+  raise(5, {reference(mRStr), reference(DataLen)});
 }
 
 void Events::AddFileProgressInit(std::int32_t& nMax) { raise(6, {reference(nMax)}); }

@@ -49,7 +49,7 @@ class Events final : public Face<IConnectionPointContainer>, public cronvel::__C
                            std::int32_t& FunctionCallCounter) override;
   void WinSockDataReceivedGetData(Bytes& ReceivedData, std::int32_t DataLen,
                                   const std::u16string& RemoteHostIP) override;
-  void DataReceivedForMonitoring(Bytes& mRStr, std::int16_t DataLen) override;
+  void DataReceivedForMonitoring(Bytes& mRStr, std::int16_t& DataLen) override;
   void AddFileProgressInit(std::int32_t& nMax) override;
   void AddFileProgressInc(std::int32_t& nValue) override;
 

@@ -45,6 +45,8 @@ class OleObject final
 
   STDMETHODIMP GetPages(CAUUID* pages) override;
 
+  /// How large the container has made the control, in hundredths of a millimetre.
+  SIZEL extent() const { return mExtent; }
   /// Tells the container's sinks that the control was saved.
   void saved();
 

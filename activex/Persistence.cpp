@@ -158,6 +158,7 @@ IUnknown* Persistence::find(REFIID iid) {
     return static_cast<IPersistStreamInit*>(this);
   if (iid == IID_IPersistPropertyBag) return static_cast<IPersistPropertyBag*>(this);
   if (iid == IID_IPersistStorage) return static_cast<IPersistStorage*>(this);
+  if (iid == IID_IObjectSafety) return static_cast<IObjectSafety*>(this);
   return nullptr;
 }
 
@@ -249,7 +250,30 @@ STDMETHODIMP Persistence::Save(IStorage* storage, BOOL) {
   ComPtr<IStream> stream;
   const HRESULT made = storage->CreateStream(
       contents, STGM_CREATE | STGM_WRITE | STGM_SHARE_EXCLUSIVE, 0, 0, &stream);
-  return FAILED(made) ? made : Save(stream.Get(), TRUE);
+  return FAILED(made) ? made : Save(stream.Get(), FALSE);
+}
+
+STDMETHODIMP Persistence::SaveCompleted(IStorage*) {
+  mControl.site().dirty(false);  // no storage is held on to
+  return S_OK;
+}
+
+STDMETHODIMP Persistence::GetInterfaceSafetyOptions(REFIID iid, DWORD* supported, DWORD* enabled) {
+  if (supported == nullptr || enabled == nullptr) return E_POINTER;
+  *supported = *enabled = 0;
+  if (find(iid) != nullptr) {
+    *supported = *enabled = INTERFACESAFE_FOR_UNTRUSTED_DATA;
+    return S_OK;
+  }
+  ComPtr<IUnknown> known;
+  return QueryInterface(iid, &known);
+}
+
+STDMETHODIMP Persistence::SetInterfaceSafetyOptions(REFIID iid, DWORD mask, DWORD enabled) {
+  DWORD supported = 0, already = 0;
+  const HRESULT known = GetInterfaceSafetyOptions(iid, &supported, &already);
+  if (FAILED(known)) return known;
+  return (mask & enabled & ~supported) != 0 ? E_FAIL : S_OK;
 }
 
 }  // namespace cronvel::activex

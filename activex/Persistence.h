@@ -11,7 +11,11 @@ namespace cronvel::activex {
 /// then for each its key and its value, both as a length in bytes (4) and UTF-16 text; all numbers
 /// little-endian. Unknown keys are passed over, so a later control may add some without a new
 /// version; a stream of a later version is refused with STG_E_OLDDLL.
-class Persistence final : public Face<IPersistStreamInit, IPersistPropertyBag, IPersistStorage> {
+///
+/// Loading is safe with data from anywhere, and says so: it opens nothing and sends nothing. The
+/// control is not safe for scripts from anywhere: they could open ports and write files.
+class Persistence final
+    : public Face<IPersistStreamInit, IPersistPropertyBag, IPersistStorage, IObjectSafety> {
  public:
   using Face::Face;
   IUnknown* find(REFIID iid);
@@ -30,8 +34,11 @@ class Persistence final : public Face<IPersistStreamInit, IPersistPropertyBag, I
   STDMETHODIMP InitNew(IStorage* storage) override;
   STDMETHODIMP Load(IStorage* storage) override;
   STDMETHODIMP Save(IStorage* storage, BOOL sameAsLoad) override;
-  STDMETHODIMP SaveCompleted(IStorage*) override { return S_OK; }  // no storage is held on to
+  STDMETHODIMP SaveCompleted(IStorage* storage) override;
   STDMETHODIMP HandsOffStorage() override { return S_OK; }
+
+  STDMETHODIMP GetInterfaceSafetyOptions(REFIID iid, DWORD* supported, DWORD* enabled) override;
+  STDMETHODIMP SetInterfaceSafetyOptions(REFIID iid, DWORD mask, DWORD enabled) override;
 };
 
 }  // namespace cronvel::activex

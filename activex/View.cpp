@@ -1,11 +1,10 @@
 #include "activex/View.h"
 
-#include <algorithm>
-#include <array>
 #include <string>
+#include <utility>
 
 #include "activex/ControlObject.h"
-#include "activex/resource.h"
+#include "activex/Picture.h"
 
 namespace cronvel::activex {
 namespace {
@@ -34,46 +33,33 @@ STDMETHODIMP View::Draw(DWORD aspect, LONG, void*, DVTARGETDEVICE*, HDC, HDC dev
   if (!isContent(aspect)) return DV_E_DVASPECT;
   if (bounds == nullptr) return E_POINTER;
   RECT area{bounds->left, bounds->top, bounds->right, bounds->bottom};
-  LPtoDP(device, reinterpret_cast<POINT*>(&area), 2);
   const SavedDevice saved(device);
-  SetMapMode(device, MM_TEXT);
-  SetViewportOrgEx(device, 0, 0, nullptr);
-  SetWindowOrgEx(device, 0, 0, nullptr);
-  if (area.left > area.right) std::swap(area.left, area.right);
-  if (area.top > area.bottom) std::swap(area.top, area.bottom);
+  // Who records has chosen the units; elsewhere pixels are the sharpest.
+  if (!isMetafile(device)) {
+    LPtoDP(device, reinterpret_cast<POINT*>(&area), 2);
+    SetMapMode(device, MM_TEXT);
+    SetViewportOrgEx(device, 0, 0, nullptr);
+    SetWindowOrgEx(device, 0, 0, nullptr);
+    if (area.left > area.right) std::swap(area.left, area.right);
+    if (area.top > area.bottom) std::swap(area.top, area.bottom);
+  }
   draw(device, area);
   return S_OK;
 }
 
 void View::draw(HDC device, const RECT& bounds) {
   const SavedDevice saved(device);
-  RECT area = bounds;
-  FillRect(device, &area, GetSysColorBrush(COLOR_BTNFACE));
-  DrawEdge(device, &area, EDGE_RAISED, BF_RECT);
-  const int height = area.bottom - area.top;
-  const int iconSize = std::min(32, std::max(0, height - 6));
-  HANDLE icon = LoadImageW(module::instance(), MAKEINTRESOURCEW(IDI_CRONVEL), IMAGE_ICON, iconSize,
-                           iconSize, 0);
-  if (icon != nullptr && iconSize > 0)
-    DrawIconEx(device, area.left + 4, area.top + (height - iconSize) / 2, static_cast<HICON>(icon),
-               iconSize, iconSize, 0, nullptr, DI_NORMAL);
-  if (icon != nullptr) DestroyIcon(static_cast<HICON>(icon));
-
-  const std::wstring text = L"Cronvel\nCOM" + std::to_wstring(mControl.core().CommPort()) +
-                            L", terminal " + std::to_wstring(mControl.core().DeviceNum());
-  SelectObject(device, GetStockObject(DEFAULT_GUI_FONT));
-  SetBkMode(device, TRANSPARENT);
-  SetTextColor(device, GetSysColor(COLOR_BTNTEXT));
-  area.left += iconSize + 8;
-  RECT measured = area;
-  const int lines = DrawTextW(device, text.c_str(), -1, &measured, DT_CALCRECT | DT_NOPREFIX);
-  area.top += std::max(2, (height - lines) / 2);
-  DrawTextW(device, text.c_str(), -1, &area, DT_NOPREFIX);
+  const SIZEL extent = mControl.oleObject().extent();
+  const SIZE natural{MulDiv(extent.cx, 96, 2540), MulDiv(extent.cy, 96, 2540)};
+  Picture(device, bounds, natural)
+      .draw(L"Cronvel", L"COM" + std::to_wstring(mControl.core().CommPort()) + L", terminal " +
+                            std::to_wstring(mControl.core().DeviceNum()));
 }
 
 void View::changed() {
   const ControlObject::Busy busy(mControl);
   mControl.inPlace().redraw();
+  mControl.dataObject().changed();
   if (!mSink) return;
   const ComPtr<IAdviseSink> sink = mSink;
   if ((mSinkFlags & ADVF_ONLYONCE) != 0) mSink.Reset();

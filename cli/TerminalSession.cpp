@@ -199,7 +199,7 @@ void TerminalSession::WinSockDataReceived(Bytes& ReceivedData, std::int32_t, std
   if (mOnLiveData) mOnLiveData(toUtf8(RemoteHostIP), ReceivedData);
 }
 
-void TerminalSession::DataReceivedForMonitoring(Bytes& mRStr, std::int16_t) {
+void TerminalSession::DataReceivedForMonitoring(Bytes& mRStr, std::int16_t&) {
   if (mOnLiveData) mOnLiveData("line", mRStr);
 }
 

@@ -110,7 +110,7 @@ class TerminalSession : private __Cronvel, private Container {
   void WinSockDataReceived(Bytes& ReceivedData, std::int32_t DataLen, std::u16string& RemoteHost,
                            std::u16string& RemoteHostIP, std::int16_t& LoopCounter,
                            std::int32_t& FunctionCallCounter) override;
-  void DataReceivedForMonitoring(Bytes& mRStr, std::int16_t DataLen) override;
+  void DataReceivedForMonitoring(Bytes& mRStr, std::int16_t& DataLen) override;
   void AddFileProgressInit(std::int32_t& nMax) override;
   void AddFileProgressInc(std::int32_t& nValue) override;
   void WinSockError(std::int16_t number, std::u16string& Description, std::int32_t Scode,

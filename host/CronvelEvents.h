@@ -40,7 +40,7 @@ class __Cronvel {  // NOLINT(bugprone-reserved-identifier): the name of the inte
 
   /// Bytes arrived on the serial line outside a command while `MonitoringON` is True. The array can
   /// be longer than `DataLen` if more came while it was read.
-  virtual void DataReceivedForMonitoring(Bytes& /*mRStr*/, std::int16_t /*DataLen*/) {}
+  virtual void DataReceivedForMonitoring(Bytes& /*mRStr*/, std::int16_t& /*DataLen*/) {}
 
   /// A card list is about to be sent: the number of valid cards in the file.
   virtual void AddFileProgressInit(std::int32_t& /*nMax*/) {}

@@ -11,8 +11,9 @@ class MsgBox {
   enum class Answer { ok, yes, no };
 
   virtual ~MsgBox() = default;
-  /// Shows the prompt and returns when it was answered. Without a desktop it is printed to standard
-  /// error and a question is asked on the terminal; where there is none, the answer is `no`.
+  /// Shows the prompt and returns when it was answered. Outside Windows it is printed to standard
+  /// error and a question is asked on the terminal. Where nobody can see it (no terminal; a
+  /// service, a scheduled task) the answer is `no`.
   virtual Answer show(const std::u16string& prompt, Buttons buttons,
                       const std::u16string& title) = 0;
 };

@@ -9,8 +9,26 @@
 namespace cronvel {
 namespace {
 
-ErrorNumber numberOf(int error, bool opening) {
-  switch (error) {
+/// What the system says of the last call on a file; none if it was content.
+std::error_code lastError() {
+#ifdef _WIN32
+  // The C runtime's own number folds many of the system's into one.
+  if (_doserrno != 0) return {static_cast<int>(_doserrno), std::system_category()};
+#endif
+  return {errno, std::generic_category()};
+}
+
+void forgetError() {
+#ifdef _WIN32
+  _doserrno = 0;
+#endif
+  errno = 0;
+}
+
+ErrorNumber numberOf(const std::error_code& error, bool opening) {
+  const std::error_condition cause = error.default_error_condition();
+  if (cause.category() != std::generic_category()) return ErrorNumber::deviceIoError;
+  switch (cause.value()) {
     case ENOENT:
     case ENOTDIR:
       return opening ? ErrorNumber::fileNotFound : ErrorNumber::pathNotFound;
@@ -50,15 +68,16 @@ std::string advice(ErrorNumber number) {
 }
 
 RunTimeError fileError(ErrorNumber number, const std::string& doing,
-                       const std::filesystem::path& path, int error) {
-  const std::string cause = error == 0 ? "" : " (" + std::generic_category().message(error) + ")";
+                       const std::filesystem::path& path, const std::error_code& error) {
+  const std::string cause = error ? " (" + error.message() + ")" : "";
   return RunTimeError(number, doing + " " + pathText(path) + cause + advice(number));
 }
 
 void requireNoFolder(const std::filesystem::path& path) {
   std::error_code ignored;
   if (std::filesystem::is_directory(path, ignored))
-    throw fileError(ErrorNumber::pathFileAccess, "cannot use as a file", path, EISDIR);
+    throw fileError(ErrorNumber::pathFileAccess, "cannot use as a file", path,
+                    std::make_error_code(std::errc::is_a_directory));
 }
 
 std::ios::openmode modeOf(File::Access access) {
@@ -98,44 +117,44 @@ void removeFile(const std::filesystem::path& path) {
   requireNoFolder(path);
   std::error_code error;
   std::filesystem::remove(path, error);
-  if (error) throw fileError(numberOf(error.value(), false), "cannot delete", path, error.value());
+  if (error) throw fileError(numberOf(error, false), "cannot delete", path, error);
 }
 
 File::File(const std::filesystem::path& path, Access access) : mPath(path) {
   requireNoFolder(path);
   mBuffer.pubsetbuf(nullptr, 0);
-  errno = 0;
+  forgetError();
   bool opened = mBuffer.open(path, modeOf(access) | std::ios::binary) != nullptr;
-  if (!opened && access == Access::update && errno == ENOENT)
+  if (!opened && access == Access::update && lastError() == std::errc::no_such_file_or_directory)
     opened = mBuffer.open(path, std::ios::out | std::ios::binary) != nullptr;
   if (opened) return;
-  const int error = errno;
+  const std::error_code error = lastError();
   const bool reading = access == Access::read;
   throw fileError(numberOf(error, reading), reading ? "cannot read" : "cannot write", path, error);
 }
 
 std::size_t File::read(std::span<std::uint8_t> bytes) try {
-  errno = 0;
+  forgetError();
   char* const target = reinterpret_cast<char*>(bytes.data());
   return static_cast<std::size_t>(
       mBuffer.sgetn(target, static_cast<std::streamsize>(bytes.size())));
 } catch (const std::ios_base::failure&) {
-  throw fileError(ErrorNumber::deviceIoError, "cannot read", mPath, errno);
+  throw fileError(ErrorNumber::deviceIoError, "cannot read", mPath, lastError());
 }
 
 void File::write(std::span<const std::uint8_t> bytes) {
-  errno = 0;
+  forgetError();
   const auto size = static_cast<std::streamsize>(bytes.size());
   if (mBuffer.sputn(reinterpret_cast<const char*>(bytes.data()), size) != size) {
-    const int error = errno;
+    const std::error_code error = lastError();
     throw fileError(numberOf(error, false), "cannot write", mPath, error);
   }
 }
 
 void File::close() {
-  errno = 0;
+  forgetError();
   if (mBuffer.is_open() && mBuffer.close() == nullptr) {
-    const int error = errno;
+    const std::error_code error = lastError();
     throw fileError(numberOf(error, false), "cannot write", mPath, error);
   }
 }

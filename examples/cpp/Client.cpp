@@ -63,7 +63,7 @@ std::wstring describe(DISPID event, const DISPPARAMS& parameters) {
       return L"from " + std::wstring(*argument(3).pbstrVal) + L":" +
              hexOf(*argument(0).pparray, argument(1).lVal);
     case cDataReceivedForMonitoring:
-      return L"from the serial line:" + hexOf(*argument(0).pparray, argument(1).iVal);
+      return L"from the serial line:" + hexOf(*argument(0).pparray, *argument(1).piVal);
     case cAddFileProgressInit:
       return std::to_wstring(*argument(0).plVal) + L" cards";
     case cAddFileProgressInc:

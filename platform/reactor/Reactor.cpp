@@ -8,7 +8,7 @@ using std::chrono::steady_clock;
 
 namespace {
 /// Everything here ends a wait, so this only sets how exactly a wait loop keeps its limit.
-constexpr auto longestBlock = std::chrono::milliseconds(10);
+constexpr auto longestBlock = std::chrono::milliseconds(20);
 /// Between the calls for each pass where nobody but the host's own loop makes passes.
 constexpr auto hostPassEvery = std::chrono::milliseconds(10);
 /// Passes inside each other from which on they are rare, and how rare.

@@ -26,9 +26,19 @@ bool isRightToLeft(const std::u16string& text) {
   return false;
 }
 
+/// Whether there is a person's desktop: services and scheduled tasks have one that nobody sees,
+/// where a box would stand for ever.
+bool somebodySees() {
+  USEROBJECTFLAGS flags{};
+  return GetUserObjectInformationW(GetProcessWindowStation(), UOI_FLAGS, &flags, sizeof flags,
+                                   nullptr) == 0 ||
+         (flags.dwFlags & WSF_VISIBLE) != 0;
+}
+
 class Win32MsgBox : public MsgBox {
  public:
   Answer show(const std::u16string& prompt, Buttons buttons, const std::u16string& title) override {
+    if (!somebodySees()) return buttons == Buttons::ok ? Answer::ok : Answer::no;
     const HWND owner = GetActiveWindow();
     UINT style = buttons == Buttons::yesNo ? MB_YESNO : MB_OK;
     if (owner == nullptr) style |= MB_TASKMODAL | MB_SETFOREGROUND;

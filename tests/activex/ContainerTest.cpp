@@ -44,17 +44,47 @@ class TestNotifySink final : public TestObject<IPropertyNotifySink> {
   STDMETHODIMP OnRequestEdit(DISPID) override { return S_OK; }
 };
 
-/// A picture of the control's size.
-std::vector<COLORREF> pixels(HDC device) {
+std::vector<COLORREF> pixels(HDC device, int width, int height) {
   std::vector<COLORREF> all;
-  for (int y = 0; y < 50; ++y)
-    for (int x = 0; x < 160; ++x) all.push_back(GetPixel(device, x, y));
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) all.push_back(GetPixel(device, x, y));
   return all;
 }
 /// Whether it shows the icon, by the green of the terminal's display.
 bool hasIcon(const std::vector<COLORREF>& picture) {
   return std::ranges::count(picture, RGB(0x9F, 0xD8, 0xB4)) > 50;
 }
+
+/// Something to draw on, in a colour that the control has nowhere.
+class Surface {
+ public:
+  Surface(int width, int height) : device(CreateCompatibleDC(nullptr)), area{0, 0, width, height} {
+    DeleteObject(SelectObject(device, CreateBitmap(width, height, 1, 32, nullptr)));
+    HBRUSH brush = CreateSolidBrush(empty);
+    FillRect(device, &area, brush);
+    DeleteObject(brush);
+  }
+  ~Surface() {
+    DeleteObject(SelectObject(device, CreateBitmap(1, 1, 1, 1, nullptr)));
+    DeleteDC(device);
+  }
+  Surface(const Surface&) = delete;
+  Surface& operator=(const Surface&) = delete;
+
+  std::vector<COLORREF> picture() const { return pixels(device, area.right, area.bottom); }
+  /// Icon and background, as far as the edges.
+  void expectFace(const std::string& how) const {
+    const auto shown = picture();
+    EXPECT_TRUE(hasIcon(shown)) << how;
+    EXPECT_LE(std::ranges::count(shown, empty), static_cast<long>(shown.size() / 20)) << how;
+  }
+
+  HDC device;
+  RECT area;
+
+ private:
+  static constexpr COLORREF empty = RGB(255, 0, 255);
+};
 
 /// The control on a form of its own.
 class ContainerTest : public ControlTest {
@@ -180,7 +210,7 @@ TEST_F(ContainerTest, ItShowsInDesignHidesAtRunTimeAndFollowsItsPlace) {
   EXPECT_EQ(site.activations, 1);
   EXPECT_TRUE(IsWindowVisible(window));
   HDC screen = GetDC(window);
-  EXPECT_TRUE(pumpUntil([&] { return hasIcon(pixels(screen)); }));
+  EXPECT_TRUE(pumpUntil([&] { return hasIcon(pixels(screen, 160, 50)); }));
   ReleaseDC(window, screen);
   const RECT moved{20, 30, 120, 90};
   EXPECT_EQ(as<IOleInPlaceObject>()->SetObjectRects(&moved, &moved), S_OK);
@@ -201,25 +231,55 @@ TEST_F(ContainerTest, ItShowsInDesignHidesAtRunTimeAndFollowsItsPlace) {
   EXPECT_EQ(as<IOleInPlaceObject>()->GetWindow(&window), E_FAIL);
 }
 
-TEST_F(ContainerTest, ItsFaceShowsItsPort) {
-  HDC device = CreateCompatibleDC(nullptr);
-  HBITMAP surface = CreateBitmap(160, 50, 1, 32, nullptr);
-  HGDIOBJ before = SelectObject(device, surface);
-  const auto draw = [&] {
-    const RECTL bounds{0, 0, 160, 50};
-    EXPECT_EQ(as<IViewObject2>()->Draw(DVASPECT_CONTENT, -1, nullptr, nullptr, nullptr, device,
-                                       &bounds, nullptr, nullptr, 0),
+TEST_F(ContainerTest, ItsFaceShowsItsPortInAnySizeAlsoFromAMetafile) {
+  const auto view = as<IViewObject2>();
+  const auto data = as<IDataObject>();
+  const auto draw = [&](const Surface& to) {
+    const RECTL bounds{0, 0, to.area.right, to.area.bottom};
+    EXPECT_EQ(view->Draw(DVASPECT_CONTENT, -1, nullptr, nullptr, nullptr, to.device, &bounds,
+                         nullptr, nullptr, 0),
               S_OK);
-    return pixels(device);
+    return to.picture();
   };
-  const auto first = draw();
-  EXPECT_TRUE(hasIcon(first));
-  EXPECT_EQ(draw(), first);
+  ComPtr<IEnumFORMATETC> formats;
+  EXPECT_EQ(data->EnumFormatEtc(DATADIR_GET, &formats), S_OK);
+  FORMATETC format{};
+  while (formats->Next(1, &format, nullptr) == S_OK)
+    for (const auto& [width, height] : {std::pair(200, 50), {400, 100}}) {
+      const Surface to(width, height);
+      STGMEDIUM medium{};
+      ASSERT_EQ(data->GetData(&format, &medium), S_OK);
+      if (medium.tymed == TYMED_MFPICT) {
+        SetMapMode(to.device, MM_ANISOTROPIC);
+        SetViewportExtEx(to.device, width, height, nullptr);
+        PlayMetaFile(to.device, static_cast<METAFILEPICT*>(GlobalLock(medium.hMetaFilePict))->hMF);
+        GlobalUnlock(medium.hMetaFilePict);
+        SetMapMode(to.device, MM_TEXT);
+      } else {
+        PlayEnhMetaFile(to.device, medium.hEnhMetaFile, &to.area);
+      }
+      ReleaseStgMedium(&medium);
+      to.expectFace("format " + std::to_string(format.cfFormat) + ", " + std::to_string(width));
+    }
+  format.cfFormat = CF_BITMAP;
+  EXPECT_EQ(data->QueryGetData(&format), DV_E_FORMATETC);
+
+  const Surface form(160, 50);
+  const auto first = draw(form);
+  form.expectFace("on a form");
+  EXPECT_EQ(draw(form), first);
   put(L"CommPort", 12);
-  EXPECT_NE(draw(), first);
-  SelectObject(device, before);
-  DeleteObject(surface);
-  DeleteDC(device);
+  EXPECT_NE(draw(form), first);
+}
+
+TEST_F(ContainerTest, LoadingIsSafeAndScriptsAreNot) {
+  ComPtr<IObjectSafety> safety;
+  ASSERT_EQ(control->QueryInterface(IID_IObjectSafety, &safety), S_OK);
+  constexpr DWORD data = INTERFACESAFE_FOR_UNTRUSTED_DATA,
+                  caller = INTERFACESAFE_FOR_UNTRUSTED_CALLER;
+  EXPECT_EQ(safety->SetInterfaceSafetyOptions(IID_IPersistStreamInit, data, data), S_OK);
+  EXPECT_EQ(safety->SetInterfaceSafetyOptions(IID_IDispatch, caller, caller), E_FAIL);
+  EXPECT_EQ(safety->SetInterfaceSafetyOptions(IID_IViewObjectEx, data, data), E_NOINTERFACE);
 }
 
 TEST_F(ContainerTest, QuickActivationConnectsEverything) {

@@ -4,6 +4,7 @@
 
 #include <comdef.h>
 #include <gtest/gtest.h>
+#include <objsafe.h>
 #include <ocidl.h>
 #include <ole2.h>
 #include <oleauto.h>

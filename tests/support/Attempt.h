@@ -28,7 +28,7 @@ struct BusyHost : __Cronvel {
     (host == u"other" ? fromOther : fromOwn).append(bytes.begin(), bytes.end());
     act();
   }
-  void DataReceivedForMonitoring(Bytes& bytes, std::int16_t) override {
+  void DataReceivedForMonitoring(Bytes& bytes, std::int16_t&) override {
     monitored.append(bytes.begin(), bytes.end());
     act();
   }

@@ -42,7 +42,7 @@ class RecordingEvents : public __Cronvel {
                        toUtf8(host + u" " + address) + " " + std::to_string(loops + calls));
     bytes.assign(5, 0xEE);
   }
-  void DataReceivedForMonitoring(Bytes& bytes, std::int16_t length) override {
+  void DataReceivedForMonitoring(Bytes& bytes, std::int16_t& length) override {
     monitoring.push_back(std::to_string(length) + ":" + hex(bytes));
   }
   std::vector<std::int16_t> states;

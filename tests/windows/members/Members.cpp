@@ -58,7 +58,7 @@ class NativeCaller : public Caller, private __Cronvel {
                            std::int16_t&, std::int32_t&) override {
     for (const auto byte : bytes) mEvents.insert("byte " + std::to_string(byte));
   }
-  void DataReceivedForMonitoring(Bytes& bytes, std::int16_t) override {
+  void DataReceivedForMonitoring(Bytes& bytes, std::int16_t&) override {
     for (const auto byte : bytes) mEvents.insert("byte " + std::to_string(byte));
   }
   void AddFileProgressInit(std::int32_t& n) override { mProgress += " of " + std::to_string(n); }

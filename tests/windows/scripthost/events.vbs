@@ -1,10 +1,10 @@
 '$ PORT
 '> First 2 3 3 127.0.0.1
-'> Second 10 20 30 3 پیش 7 70000
-'> Second 9 8
+'> Second 1 2 3 3 127.0.0.1 0 0
+'> Second 4 5
 '> nobody listens there any more
 '= 0
-' Arguments of every kind there and back: the next procedure sees what the one before it wrote.
+' Arguments of every kind: each procedure has its own, whatever the one before it wrote.
 Option Explicit
 Dim control, peer, seen, arrived
 Sub First_WinSockDataReceived(bytes, count, host, address, loops, calls)

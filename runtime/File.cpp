@@ -26,6 +26,10 @@ void forgetError() {
 }
 
 ErrorNumber numberOf(const std::error_code& error, bool opening) {
+#ifdef _WIN32
+  constexpr int invalidName = 123, badPathName = 161;  // the C++ library finds no file in these
+  if (error.value() == invalidName || error.value() == badPathName) return ErrorNumber::badFileName;
+#endif
   const std::error_condition cause = error.default_error_condition();
   if (cause.category() != std::generic_category()) return ErrorNumber::deviceIoError;
   switch (cause.value()) {
@@ -34,6 +38,8 @@ ErrorNumber numberOf(const std::error_code& error, bool opening) {
       return opening ? ErrorNumber::fileNotFound : ErrorNumber::pathNotFound;
     case EACCES:
     case EPERM:
+    case EBUSY:  // Windows: another program has it open or locked
+    case ETXTBSY:
       return ErrorNumber::permissionDenied;
     case ENOSPC:
     case EFBIG:
@@ -43,8 +49,6 @@ ErrorNumber numberOf(const std::error_code& error, bool opening) {
       return ErrorNumber::tooManyFiles;
     case EISDIR:
     case EROFS:
-    case EBUSY:
-    case ETXTBSY:
       return ErrorNumber::pathFileAccess;
     case ENAMETOOLONG:
     case EINVAL:

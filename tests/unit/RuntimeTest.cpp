@@ -88,8 +88,8 @@ TEST(File, ErrorsNameNumberAndCause) {
   EXPECT_EQ(errorOf([&] { File(folder, File::Access::output); }), 75);
   const std::string text =
       messageOf([&] { File(folder / "no folder" / "x.Hex", File::Access::output); });
-  EXPECT_NE(text.find("x.Hex (No such file or directory); make the folder"), std::string::npos)
-      << text;
+  for (const char* part : {"x.Hex (", "); make the folder"})  // around the system's own words
+    EXPECT_NE(text.find(part), std::string::npos) << text;
 }
 
 }  // namespace

@@ -21,6 +21,8 @@ inline constexpr auto digitPairs = [] {
   return pairs;
 }();
 
+static_assert(std::endian::native == std::endian::little, "digits are written as whole words");
+
 /// Four digits, to be written in one piece.
 inline std::uint32_t fourDigits(const std::uint8_t* bytes) {
   return digitPairs[bytes[0]] | std::uint32_t{digitPairs[bytes[1]]} << 16;
